@@ -1,0 +1,65 @@
+#pragma once
+
+namespace pellaro {
+
+class AlertPresenter;
+class Application;
+class AssetWriterFactory;
+class CaptureStreamFactory;
+class CompressionSessionFactory;
+class ContentPicker;
+class FileManager;
+class HostClock;
+class Locale;
+class MainThread;
+class NotificationCenter;
+class Pasteboard;
+class ScreenCapturePermission;
+class Screens;
+class ShareableContentProvider;
+class SharedInstances;
+class StatusBar;
+class Symbols;
+class SystemLog;
+class TaskPool;
+class UserDefaults;
+class WallClock;
+class Workspace;
+
+/// Every service of the desktop in one place. Owns nothing: whoever builds it (`LinuxPlatform`, a test's fakes) keeps the services
+/// alive for as long as anything uses it.
+struct Platform {
+    HostClock &hostClock;
+    WallClock &wallClock;
+    MainThread &mainThread;
+    TaskPool &tasks;
+    Locale &locale;
+    UserDefaults &defaults;
+    NotificationCenter &notifications;
+    FileManager &files;
+    SystemLog &systemLog;
+    SharedInstances &sharedInstances;
+
+    ShareableContentProvider &shareableContent;
+    CaptureStreamFactory &captureStreams;
+    /// Null where the desktop has no picker.
+    ContentPicker *contentPicker;
+    CompressionSessionFactory &compressionSessions;
+    AssetWriterFactory &assetWriters;
+
+    Application &application;
+    AlertPresenter &alerts;
+    StatusBar &statusBar;
+    Symbols &symbols;
+    ScreenCapturePermission &screenCapturePermission;
+    Screens &screens;
+    Workspace &workspace;
+    Pasteboard &pasteboard;
+
+    /// The platform of this process, for the few functions that are called from everywhere (texts, log, settings).
+    /// Set before any thread but the main one runs, and after the last one has ended.
+    [[nodiscard]] static Platform &current();
+    static void setCurrent(Platform *platform);
+};
+
+} // namespace pellaro
