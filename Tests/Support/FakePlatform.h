@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Tests/Support/FakeCapture.h"
+#include "Tests/Support/FakeCodec.h"
+#include "Tests/Support/FakeDesktop.h"
+#include "Tests/Support/FakeSystem.h"
+#include "Tests/Support/Trace.h"
+
+#include "Platform/Platform.h"
+#include "Platform/System/NotificationCenter.h"
+#include "Platform/System/SharedInstances.h"
+#include "Platform/System/TaskPool.h"
+
+namespace pellaro::test {
+
+/// A whole desktop of fakes, the current platform for as long as it lives. Tasks and queues are real threads; the thread that
+/// creates it is the main thread.
+struct FakePlatform {
+    Trace trace;
+    FakeHostClock hostClock;
+    FakeWallClock wallClock;
+    FakeMainThread mainThread;
+    FakeLocale locale;
+    FakeUserDefaults defaults{trace};
+    NotificationCenter notifications;
+    FakeFileManager files{trace};
+    FakeSystemLog systemLog;
+    FakeShareableContent shareableContent;
+    FakeCaptureStreamFactory captureStreams{trace};
+    FakeContentPicker contentPicker{trace};
+    FakeCompressionSessionFactory compressionSessions{trace};
+    FakeAssetWriterFactory assetWriters{trace, files};
+    FakeApplication application{trace};
+    FakeAlerts alerts{trace};
+    FakeStatusBar statusBar{trace};
+    FakeSymbols symbols;
+    FakeScreenCapturePermission screenCapturePermission{trace};
+    FakeScreens screens;
+    FakeWorkspace workspace{trace};
+    FakePasteboard pasteboard;
+    SharedInstances sharedInstances;
+    TaskPool tasks;
+    Platform platform{
+        .hostClock = hostClock,
+        .wallClock = wallClock,
+        .mainThread = mainThread,
+        .tasks = tasks,
+        .locale = locale,
+        .defaults = defaults,
+        .notifications = notifications,
+        .files = files,
+        .systemLog = systemLog,
+        .sharedInstances = sharedInstances,
+        .shareableContent = shareableContent,
+        .captureStreams = captureStreams,
+        .contentPicker = &contentPicker,
+        .compressionSessions = compressionSessions,
+        .assetWriters = assetWriters,
+        .application = application,
+        .alerts = alerts,
+        .statusBar = statusBar,
+        .symbols = symbols,
+        .screenCapturePermission = screenCapturePermission,
+        .screens = screens,
+        .workspace = workspace,
+        .pasteboard = pasteboard,
+    };
+
+    FakePlatform() { Platform::setCurrent(&platform); }
+    /// Tasks that wait for the main thread are released, as at a quit; nothing of the platform is used after this.
+    ~FakePlatform() {
+        mainThread.end();
+        (void)tasks.waitUntilIdle(std::chrono::seconds(10));
+    }
+    FakePlatform(const FakePlatform &) = delete;
+    FakePlatform &operator=(const FakePlatform &) = delete;
+};
+
+} // namespace pellaro::test
