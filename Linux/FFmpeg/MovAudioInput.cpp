@@ -1,0 +1,65 @@
+#include "Linux/FFmpeg/MovAudioInput.h"
+
+#include <algorithm>
+
+namespace pellaro {
+
+namespace {
+
+/// Room for one packet in the index: its size (4) and its share of the list of pieces.
+constexpr std::int64_t indexHalfBytesPerPacket = 9;
+constexpr std::int64_t fixedIndexBytes = 800;
+/// What the samples' number does not tell: silence between them. More of it than this costs a second pass over the file.
+constexpr std::int64_t foreseenSilence = 60; // seconds
+constexpr std::int64_t framesPerPacket = 1024;
+/// Sound comes in batches of at most this many frames; larger ones cost a second pass over the file.
+constexpr std::int64_t foreseenBatch = 1024;
+
+} // namespace
+
+MovAudioInput::MovAudioInput(AssetWriterInputSettings settings)
+    : MovAssetWriterInput(std::move(settings)),
+      m_assembler(output().sampleRate, output().numberOfChannels, [this](const PlanarPcm &pcm) { m_encoder->encode(pcm, m_encoded); }) {}
+
+bool MovAudioInput::isSupported() const {
+    return settings().outputSettings && output().formatID == codecAac && output().sampleRate > 0 &&
+           (output().numberOfChannels == 1 || output().numberOfChannels == 2) && output().encoderBitRate > 0;
+}
+
+std::int64_t MovAudioInput::indexSize() const {
+    const FormatDescriptionRef &hint = settings().sourceFormatHint;
+    const std::int64_t sourceRate = hint && hint->sampleRate > 0 ? hint->sampleRate : output().sampleRate;
+    const std::int64_t frames =
+        static_cast<std::int64_t>(settings().expectedSampleCount) * foreseenBatch * output().sampleRate / sourceRate;
+    const std::int64_t packets = (frames + foreseenSilence * output().sampleRate) / framesPerPacket + 2;
+    return fixedIndexBytes + packets * indexHalfBytesPerPacket / 2;
+}
+
+int MovAudioInput::addTrack(MovMuxer &muxer) {
+    m_encoder.emplace(output());
+    return muxer.addAudio(m_encoder->context());
+}
+
+bool MovAudioInput::makePackets(const MediaSample &sample, const MediaTime &time, Packets &packets) {
+    const bool makesSense = m_assembler.append(sample, time);
+    takePackets(packets);
+    return makesSense;
+}
+
+void MovAudioInput::makeLastPackets(Packets &packets) {
+    m_assembler.finish();
+    m_encoder->finish(m_encoded);
+    takePackets(packets);
+}
+
+void MovAudioInput::takePackets(Packets &packets) {
+    const auto microseconds = [this](std::int64_t frames) { return av_rescale(frames, 1'000'000, output().sampleRate); };
+    for (PacketPtr &packet : m_encoded) {
+        const std::int64_t begin = packet->dts;
+        const std::int64_t end = begin + packet->duration;
+        packets.push_back({std::move(packet), microseconds(begin), microseconds(end)});
+    }
+    m_encoded.clear();
+}
+
+} // namespace pellaro
