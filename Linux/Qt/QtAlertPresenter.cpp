@@ -1,0 +1,32 @@
+#include "Linux/Qt/QtAlertPresenter.h"
+
+#include "Linux/Qt/AlertDialog.h"
+
+#include <QEventLoop>
+
+namespace pellaro {
+
+int QtAlertPresenter::runModal(const Alert &alert) {
+    if (m_aborted)
+        return AlertResponse::aborted;
+    QEventLoop loop;
+    int response = AlertResponse::aborted; // stays when the whole program's loops are ended
+    AlertDialog dialog(alert, [&loop, &response](int chosen) {
+        response = chosen;
+        loop.quit();
+    });
+    m_open.push_back(&dialog);
+    dialog.show();
+    loop.exec();
+    std::erase(m_open, &dialog);
+    return response;
+}
+
+void QtAlertPresenter::abortAll() {
+    m_aborted = true;
+    const auto open = m_open;
+    for (AlertDialog *dialog : open)
+        dialog->finish(AlertResponse::aborted);
+}
+
+} // namespace pellaro
