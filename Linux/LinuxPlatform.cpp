@@ -1,0 +1,110 @@
+#include "Linux/LinuxPlatform.h"
+
+#include "Linux/FFmpeg/CompressionSessionX264.h"
+#include "Linux/FFmpeg/MovAssetWriter.h"
+#include "Linux/Qt/QtAlertPresenter.h"
+#include "Linux/Qt/QtApplication.h"
+#include "Linux/Qt/QtMainThread.h"
+#include "Linux/Qt/QtPasteboard.h"
+#include "Linux/Qt/QtScreenCapturePermission.h"
+#include "Linux/Qt/QtStatusItem.h"
+#include "Linux/Qt/QtSymbols.h"
+#include "Linux/Qt/QtWorkspace.h"
+#include "Linux/System/EnvironmentLocale.h"
+#include "Linux/System/MonotonicHostClock.h"
+#include "Linux/System/PlistUserDefaults.h"
+#include "Linux/System/PosixFileManager.h"
+#include "Linux/System/StandardErrorLog.h"
+#include "Linux/System/SystemWallClock.h"
+#include "Linux/X11/X11CaptureStream.h"
+#include "Linux/X11/X11Displays.h"
+#include "Platform/System/NotificationCenter.h"
+#include "Platform/System/SharedInstances.h"
+#include "Platform/System/TaskPool.h"
+
+#include <QApplication>
+
+#include <filesystem>
+
+namespace pellaro {
+
+/// In the order of their dependencies; they go in the opposite one, running tasks first.
+struct LinuxPlatform::Services {
+    Services(QApplication &qtApplication, const Options &options)
+        : symbols(std::filesystem::path(options.resourcesFolder) / "symbols"),
+          application(qtApplication, mainThread, alerts, notifications), statusBar(application, symbols),
+          shareableContent({}, qtApplication.devicePixelRatio()), screens({}, qtApplication.devicePixelRatio()),
+          captureStreams({.displayName = {},
+                          .scaleFactor = qtApplication.devicePixelRatio(),
+                          .clock = hostClock,
+                          .onConnectionLost = options.onDisplayServerLost}) {}
+
+    MonotonicHostClock hostClock;
+    SystemWallClock wallClock;
+    EnvironmentLocale locale;
+    StandardErrorLog systemLog;
+    PosixFileManager files;
+    PlistUserDefaults defaults{PlistUserDefaults::defaultPath(), systemLog, wallClock};
+    NotificationCenter notifications;
+
+    QtMainThread mainThread;
+    QtAlertPresenter alerts;
+    QtSymbols symbols;
+    QtApplication application;
+    QtStatusBar statusBar;
+    QtScreenCapturePermission screenCapturePermission;
+    QtWorkspace workspace{systemLog};
+    QtPasteboard pasteboard;
+
+    X11ShareableContentProvider shareableContent;
+    X11Screens screens;
+    X11CaptureStreamFactory captureStreams;
+    CompressionSessionFactoryX264 compressionSessions;
+    MovAssetWriterFactory assetWriters;
+
+    SharedInstances sharedInstances;
+    TaskPool tasks;
+
+    Platform platform{
+        .hostClock = hostClock,
+        .wallClock = wallClock,
+        .mainThread = mainThread,
+        .tasks = tasks,
+        .locale = locale,
+        .defaults = defaults,
+        .notifications = notifications,
+        .files = files,
+        .systemLog = systemLog,
+        .sharedInstances = sharedInstances,
+        .shareableContent = shareableContent,
+        .captureStreams = captureStreams,
+        .contentPicker = nullptr,
+        .compressionSessions = compressionSessions,
+        .assetWriters = assetWriters,
+        .application = application,
+        .alerts = alerts,
+        .statusBar = statusBar,
+        .symbols = symbols,
+        .screenCapturePermission = screenCapturePermission,
+        .screens = screens,
+        .workspace = workspace,
+        .pasteboard = pasteboard,
+    };
+};
+
+LinuxPlatform::LinuxPlatform(QApplication &application, const Options &options)
+    : m_services(std::make_unique<Services>(application, options)) {
+    Platform::setCurrent(&m_services->platform);
+}
+
+LinuxPlatform::~LinuxPlatform() = default;
+
+Platform &LinuxPlatform::platform() {
+    return m_services->platform;
+}
+
+void LinuxPlatform::endMainThread() {
+    m_services->mainThread.end();
+}
+
+} // namespace pellaro

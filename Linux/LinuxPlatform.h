@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Platform/Platform.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+class QApplication;
+
+namespace pellaro {
+
+/// The services of a Linux desktop with X11, wired together. Owns all of them.
+///
+/// Created on the main thread, after the Qt application and before any other thread; the current platform for as long as it lives.
+class LinuxPlatform {
+public:
+    struct Options {
+        /// The folder of the program's own files: "Resources" of its bundle.
+        std::string resourcesFolder;
+        /// Called once, on some thread, when the X server goes away while something is recorded.
+        std::function<void()> onDisplayServerLost;
+    };
+
+    LinuxPlatform(QApplication &application, const Options &options);
+    ~LinuxPlatform();
+    LinuxPlatform(const LinuxPlatform &) = delete;
+    LinuxPlatform &operator=(const LinuxPlatform &) = delete;
+
+    [[nodiscard]] Platform &platform();
+    /// Nothing more reaches the main thread; tasks that wait for it are released. Call when the event loop has ended.
+    void endMainThread();
+
+private:
+    struct Services;
+    const std::unique_ptr<Services> m_services;
+};
+
+} // namespace pellaro

@@ -1,0 +1,71 @@
+#include "Sources/AppDelegate.h"
+#include "Sources/Logger.h"
+#include "Sources/SettingsWindowController.h"
+
+#include "Linux/LinuxPlatform.h"
+#include "Linux/X11/X11ServerWatch.h"
+
+#include "Platform/Desktop/Application.h"
+#include "Platform/Error.h"
+#include "Platform/System/TaskPool.h"
+
+#include <QApplication>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+
+namespace {
+
+/// How long a quit waits for a save that is under way. What is not finished then stays under its hidden name.
+constexpr std::chrono::milliseconds quitPatience(1500);
+
+/// The program cannot go on without its display, and an orderly end needs the display too.
+[[noreturn]] void endWithoutDisplayServer() {
+    std::fputs("[Pellaro] The connection to the X server is lost; Pellaro ends.\n", stderr);
+    std::_Exit(EXIT_FAILURE);
+}
+
+std::string resourcesFolder() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "Resources";
+}
+
+int runApplication(QApplication &qtApplication) {
+    using namespace pellaro;
+    LinuxPlatform desktop(qtApplication, {.resourcesFolder = resourcesFolder(), .onDisplayServerLost = endWithoutDisplayServer});
+    Platform &platform = desktop.platform();
+
+    SettingsWindowController settingsWindow(platform);
+    auto delegate = AppDelegate::create(platform, {.showSettings = [&settingsWindow] { settingsWindow.show(); }, .selectRegion = nullptr});
+    platform.application.setActivationPolicy(ActivationPolicy::accessory);
+    platform.application.setDelegate(delegate);
+    platform.application.run();
+
+    desktop.endMainThread();
+    PelLog::shared().flush();
+    // A task may wait for something that never comes now, a disk for instance; a quit must not.
+    if (!platform.tasks.waitUntilIdle(quitPatience))
+        std::_Exit(EXIT_SUCCESS);
+    PelLog::shared().flush();
+    delegate.reset();
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int argumentCount, char **arguments) {
+    std::optional<pellaro::X11ServerWatch> serverWatch;
+    try {
+        serverWatch.emplace("", endWithoutDisplayServer);
+    } catch (const pellaro::PlatformError &error) {
+        std::fprintf(stderr, "[Pellaro] Pellaro needs an X server and reaches none: %s. Is DISPLAY set?\n",
+                     error.localizedDescription().c_str());
+        return EXIT_FAILURE;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb"); // also in a Wayland session: tray and recording speak X11
+    QApplication application(argumentCount, arguments);
+    QApplication::setApplicationName("pellaro");
+    QApplication::setApplicationDisplayName("Pellaro");
+    return runApplication(application);
+}
