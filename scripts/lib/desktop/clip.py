@@ -1,0 +1,102 @@
+"""Looks into a saved clip."""
+
+import json
+import struct
+import subprocess
+import time
+from pathlib import Path
+
+# Where ClockWindow draws, and how: a grid of cells of this many pixels, one bit each, see Tests/EndToEnd/ClockWindow.cpp.
+CLOCK_LEFT, CLOCK_TOP, CELL, COLUMNS, ROWS = 16, 16, 24, 8, 5
+# The row of colour fields below the grid.
+COLOURS = ((255, 0, 0), (0, 255, 0), (0, 0, 255), (255, 255, 255), (0, 0, 0), (255, 255, 0), (0, 255, 255), (255, 0, 255))
+
+
+def _run(*arguments):
+    done = subprocess.run(list(map(str, arguments)), stdin=subprocess.DEVNULL, capture_output=True, timeout=120)
+    return done.returncode, done.stdout, done.stderr.decode(errors="replace")
+
+
+class Clip:
+    def __init__(self, path):
+        self.path = Path(path)
+
+    def problems(self):
+        """What the decoder complains about while it decodes every picture; empty for a sound clip."""
+        code, _, errors = _run("ffmpeg", "-v", "warning", "-xerror", "-err_detect", "explode", "-i", self.path, "-f", "null", "-")
+        return errors if errors or code == 0 else f"ffmpeg ended with {code}"
+
+    def probe(self):
+        code, output, errors = _run("ffprobe", "-v", "error", "-show_format", "-show_streams", "-of", "json", self.path)
+        if code != 0:
+            raise AssertionError(f"ffprobe cannot read {self.path}: {errors}")
+        return json.loads(output)
+
+    def packets(self):
+        """Time and whether it is a key frame, for each video sample in the order of the file."""
+        _, output, _ = _run("ffprobe", "-v", "error", "-select_streams", "v", "-show_entries", "packet=pts_time,flags", "-of", "json", self.path)
+        return [(float(packet["pts_time"]), "K" in packet["flags"]) for packet in json.loads(output)["packets"]]
+
+    def boxes(self, *path):
+        """The types of the boxes of the file in their order; with a path of types those within that box, none when it is not there."""
+        data = self.path.read_bytes()
+        begin, end = 0, len(data)
+        for step in path:
+            found = next(((begin, end) for kind, begin, end in _boxes(data, begin, end) if kind == step), None)
+            if not found:
+                return []
+            begin, end = found
+            if step == "meta":
+                begin += 4  # its version and flags come before the boxes
+        return [kind for kind, _, _ in _boxes(data, begin, end)]
+
+    def clock(self):
+        """What the clock window showed in each picture, in seconds of the host clock. A picture that shows parts of two moments
+        raises."""
+        width, height = COLUMNS * CELL, ROWS * CELL
+        data = self._raw(f"crop={width}:{height}:{CLOCK_LEFT}:{CLOCK_TOP}", "gray")
+        return [_number(data[at:at + width * height], width, at // (width * height)) for at in range(0, len(data), width * height)]
+
+    def colours(self):
+        """The red, green and blue of each colour field in the last picture."""
+        width = len(COLOURS) * CELL
+        data = self._raw(f"crop={width}:{CELL}:{CLOCK_LEFT}:{CLOCK_TOP + ROWS * CELL}:exact=1", "rgb24")
+        line = data[-width * CELL * 3:][width * (CELL // 2) * 3:]
+        return [tuple(line[(CELL * field + CELL // 2) * 3:][:3]) for field in range(len(COLOURS))]
+
+    def _raw(self, picture_filter, pixel_format):
+        code, output, errors = _run("ffmpeg", "-v", "error", "-i", self.path, "-vf", picture_filter, "-fps_mode", "passthrough", "-f", "rawvideo",
+                                    "-pix_fmt", pixel_format, "-")
+        if code != 0:
+            raise AssertionError(f"ffmpeg cannot decode {self.path}: {errors}")
+        return output
+
+
+def _boxes(data, at, end):
+    while at < end:
+        if at + 8 > end:
+            raise AssertionError(f"{end - at} bytes behind the last box")
+        size, kind = struct.unpack_from(">I4s", data, at)
+        header = 8
+        if size == 1:
+            size, header = struct.unpack_from(">Q", data, at + 8)[0], 16
+        if size < header or at + size > end:
+            raise AssertionError(f"box {kind} reaches beyond the end")
+        yield kind.decode("latin-1"), at + header, at + size
+        at += size
+
+
+def _number(picture, width, index):
+    bits = 0
+    for cell in range(COLUMNS * ROWS):
+        x, y = cell % COLUMNS * CELL + CELL // 2, cell // COLUMNS * CELL + CELL // 2
+        level = picture[y * width + x]
+        if 80 < level < 175:
+            raise AssertionError(f"picture {index}: cell {cell} is neither black nor white but {level}")
+        bits = bits << 1 | (level >= 128)
+    milliseconds, check = bits >> 8, bits & 0xFF
+    if check != (sum(milliseconds.to_bytes(4, "big")) & 0xFF) ^ 0xA5:
+        raise AssertionError(f"picture {index} shows parts of two moments")
+    # The window shows the lower 32 bits; the moment meant is the last one with these.
+    now = int(time.monotonic() * 1000)
+    return (now - (now - milliseconds) % 2**32) / 1000
