@@ -10,6 +10,7 @@
 #include "Platform/System/TaskPool.h"
 
 #include <QApplication>
+#include <QIcon>
 
 #include <cstdio>
 #include <cstdlib>
@@ -33,7 +34,9 @@ std::string resourcesFolder() {
 
 int runApplication(QApplication &qtApplication) {
     using namespace pellaro;
-    LinuxPlatform desktop(qtApplication, {.resourcesFolder = resourcesFolder(), .onDisplayServerLost = endWithoutDisplayServer});
+    const std::string resources = resourcesFolder();
+    QApplication::setWindowIcon(QIcon(QString::fromStdString(resources + "/pellaro.svg")));
+    LinuxPlatform desktop(qtApplication, {.resourcesFolder = resources, .onDisplayServerLost = endWithoutDisplayServer});
     Platform &platform = desktop.platform();
 
     SettingsWindowController settingsWindow(platform);

@@ -1,14 +1,18 @@
 #include "Linux/Qt/QtAlertPresenter.h"
 
 #include "Linux/Qt/AlertDialog.h"
+#include "Linux/Qt/WindowActivation.h"
 
+#include <QApplication>
 #include <QEventLoop>
+#include <QPointer>
 
 namespace pellaro {
 
 int QtAlertPresenter::runModal(const Alert &alert) {
     if (m_aborted)
         return AlertResponse::aborted;
+    const QPointer<QWidget> previous = QApplication::activeWindow();
     QEventLoop loop;
     int response = AlertResponse::aborted; // stays when the whole program's loops are ended
     AlertDialog dialog(alert, [&loop, &response](int chosen) {
@@ -19,6 +23,9 @@ int QtAlertPresenter::runModal(const Alert &alert) {
     dialog.show();
     loop.exec();
     std::erase(m_open, &dialog);
+    // Window managers do not all give the keyboard back to where it was.
+    if (response != AlertResponse::aborted && previous && previous->isVisible())
+        bringToFront(*previous);
     return response;
 }
 

@@ -5,6 +5,8 @@
 build() {
     local preset=$1
     shift
+    # Paths count relative to the checkout, so that another clone of it finds what this one has compiled.
+    export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
     echo "Building $preset"
     mkdir -p .build
     cmake --preset "$preset" >".build/configure-$preset.log" 2>&1 || {
