@@ -59,8 +59,8 @@ void AppDelegate::restartCapture() {
     m_platform.tasks.run([self = shared_from_this()] {
         self->startCaptureIfNeeded();
         // The end of the old stream lets go of whatever stream the engine holds then, which may be the new one. Behind that
-        // step on the main thread it shows whether recording really goes on; if not, it is started once more.
-        self->m_platform.mainThread.run([] {});
+        // step it shows whether recording really goes on; if not, it is started once more.
+        self->m_captureEngine->waitForStops();
         if (self->m_isCapturing && !self->m_captureEngine->hasStream())
             self->startCaptureIfNeeded();
     });

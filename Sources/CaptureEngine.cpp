@@ -140,6 +140,11 @@ void CaptureEngine::stopOnQueue(const std::shared_ptr<CaptureStream> &stream) {
     });
 }
 
+void CaptureEngine::waitForStops() {
+    m_streamQueue->sync([] {});
+    m_platform.mainThread.run([] {});
+}
+
 std::shared_ptr<CaptureStream> CaptureEngine::currentStream() const {
     std::lock_guard lock(m_streamLock);
     return m_stream;

@@ -55,6 +55,10 @@ public:
     /// main thread still later. A start in between may therefore lose its new stream to that last step.
     void stopCapture();
 
+    /// Returns when every stop asked for so far has been carried out to its last step. Not on the main thread or a capture queue.
+    /// Throws `MainThreadEnded`.
+    void waitForStops();
+
     /// Whether a stream is held. Any thread.
     [[nodiscard]] bool hasStream() const;
     /// Whether the running stream delivers sound; false after it refused to.
