@@ -125,16 +125,26 @@ class Desktop:
     def tree(self):
         """Every window of the screen, children after their parents."""
         found = []
-        for line in self.run("xwininfo", "-root", "-tree").decode(errors="replace").splitlines():
+        for line in wait_for("a list of the windows", self._tree_lines):
             if match := self._WINDOW.match(line):
                 indent, identifier, name, window_class, width, height, x, y = match.groups()
                 found.append(Window(int(identifier, 16), name or "", window_class or "", int(x), int(y), int(width), int(height),
                                     (len(indent) - 2) // 3))
         return found
 
+    def _tree_lines(self):
+        try:
+            return self.run("xwininfo", "-root", "-tree").decode(errors="replace").splitlines()
+        except Failed:
+            return None  # a window went away while the tree was walked
+
     def windows(self, window_class):
         """The windows of a program that are large enough to be seen."""
         return [window for window in self.tree() if window.window_class == window_class and window.width > 1 and window.height > 1]
+
+    def shows_window_at(self, x, y):
+        """Whether a window of a size to be seen has its top-left corner there."""
+        return any((window.x, window.y) == (x, y) and window.width > 1 for window in self.tree())
 
     def tray_icons(self):
         """What programs have put into the status area, from left to right."""

@@ -50,11 +50,16 @@ class Alert:
 
     def press(self, button):
         """Clicks a button and waits until the alert is gone."""
-        element = self._element.named("push button", button)
-        if not element:
+        if button not in self.buttons:
             raise Failed(f"the alert has no button {button!r}, only {self.buttons}")
-        self._program.desktop.click(element.centre)
+        placed = wait_for("the alert to stand where the window manager puts it", self._placed)
+        self._program.desktop.click(placed.named("push button", button).centre)
         wait_for(f"the alert to close after {button!r}", lambda: not self._program.is_open(self))
+
+    def _placed(self):
+        """The alert as it is now, if the X server has it where the program believes it to be."""
+        now = next((element for element in self._program.alert_elements() if self.same_as(element)), None)
+        return now if now and self._program.desktop.shows_window_at(now.x, now.y) else None
 
     def same_as(self, element: Element):
         return self.text == "\n".join(element.texts())
@@ -166,6 +171,7 @@ class Pellaro:
         item = menu.named("menu item", title)
         if not item:
             raise Failed(f"the menu has no item {title!r}, only {menu.names('menu item')}")
+        wait_for("the menu to stand where it says", lambda: self.desktop.shows_window_at(menu.x, menu.y))
         self.desktop.click(item.centre)
 
     def start_recording(self):
@@ -174,14 +180,15 @@ class Pellaro:
 
     # Alerts
 
-    def _alert_elements(self):
+    def alert_elements(self):
+        """The windows that ask for an answer."""
         return [window for window in self.desktop.accessibility.windows() if window.names("push button") and window.texts()]
 
     def is_open(self, alert):
-        return any(alert.same_as(element) for element in self._alert_elements())
+        return any(alert.same_as(element) for element in self.alert_elements())
 
     def alerts(self):
-        return [Alert(self, element) for element in self._alert_elements()]
+        return [Alert(self, element) for element in self.alert_elements()]
 
     def alert(self, title, seconds=10):
         """Waits for the alert with this title."""
