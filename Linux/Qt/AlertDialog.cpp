@@ -38,6 +38,7 @@ AlertDialog::AlertDialog(const Alert &alert, std::function<void(int)> onFinished
     setObjectName("alert");
     setWindowTitle("Pellaro");
     setWindowModality(Qt::ApplicationModal);
+
     const auto title = QString::fromStdString(alert.title);
     const auto text = QString::fromStdString(alert.text);
     setAccessibleName(title);

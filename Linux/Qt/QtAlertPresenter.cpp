@@ -9,7 +9,14 @@
 
 namespace pellaro {
 
+/// Qt closes every menu when a window is shown. The one that the user is just choosing from is not torn away: the alert comes after it.
+void QtAlertPresenter::waitForOpenMenu() const {
+    while (QApplication::activePopupWidget() && !m_aborted)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
 int QtAlertPresenter::runModal(const Alert &alert) {
+    waitForOpenMenu();
     if (m_aborted)
         return AlertResponse::aborted;
     const QPointer<QWidget> previous = QApplication::activeWindow();

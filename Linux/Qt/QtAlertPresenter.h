@@ -16,6 +16,8 @@ public:
     void abortAll();
 
 private:
+    void waitForOpenMenu() const;
+
     std::vector<AlertDialog *> m_open; // each on the stack of its runModal
     bool m_aborted = false;
 };

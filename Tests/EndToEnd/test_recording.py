@@ -92,9 +92,10 @@ class Saving(Case):
         opened = []
         menu = program.open_menu(lambda: opened.extend(program.left_click()))
         self.let_time_pass(2)
-        first = program.alert(self.texts.saved)
+        wait_for("the first clip", lambda: len(program.clips()) == 1)
+        # The first save's alert waits for the menu to close.
         program.choose(self.texts.save_last, menu)
-        first.press("OK")
+        program.alert(self.texts.saved).press("OK")
         clip = self.saved_clip(program)
         self.assertEqual(len(program.clips()), 2)
         self.assert_sound(clip)

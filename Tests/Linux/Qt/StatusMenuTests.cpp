@@ -180,6 +180,17 @@ TEST_F(StatusMenuTest, OpensWhileAnAlertIsOpenAndCanBeUsed) {
     EXPECT_EQ(events, (std::vector<std::string>{"click", "closed", "quit"}));
 }
 
+TEST_F(StatusMenuTest, IsNotClosedByAnAlertThatComesMeanwhile) {
+    open();
+    desk.when([] { return true; }, [this] { robot.click(leftButton, itemCenter(3)); });
+    desk.when([] { return newestAlert() && newestAlert()->isVisible(); }, [this] {
+        events.emplace_back("alert");
+        newestAlert()->findChild<QAbstractButton *>("alertButton0")->click();
+    });
+    EXPECT_EQ(desk.alerts.runModal({.title = "open", .buttons = {"OK"}}), AlertResponse::firstButton);
+    EXPECT_EQ(events, (std::vector<std::string>{"click", "closed", "quit", "alert"}));
+}
+
 TEST_F(StatusMenuTest, IsGoneAfterAQuit) {
     open();
     desk.when([] { return true; }, [this] { desk.application.terminate(); });
