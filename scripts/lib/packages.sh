@@ -8,7 +8,8 @@ packages_build=(
     qt6-base-dev "libqt6svg6-dev|qt6-svg-dev"
     libavcodec-dev libavformat-dev libavutil-dev libswresample-dev libyuv-dev
     libxcb1-dev libxcb-shm0-dev libxcb-randr0-dev libxcb-damage0-dev libxcb-xfixes0-dev
-    libxcb-xinput-dev libxcb-render0-dev
+    libxcb-xinput-dev libxcb-render0-dev libxcb-composite0-dev libxcb-xtest0-dev
+    libpulse-dev
     libplist-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-gi
@@ -20,7 +21,8 @@ packages_run=(qt6-qpa-plugins "libqt6svg6|qt6-svg-plugins" dbus)
 # A desktop to run it on where there is none: scripts/demo, and the tests.
 packages_test=(
     xvfb openbox trayer xdotool x11-utils
-    dbus-daemon at-spi2-core
+    dbus-daemon at-spi2-core fonts-dejavu-core locales
+    pulseaudio pipewire pipewire-pulse wireplumber
     ffmpeg imagemagick
     util-linux
 )
