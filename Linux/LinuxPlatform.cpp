@@ -2,6 +2,7 @@
 
 #include "Linux/FFmpeg/CompressionSessionX264.h"
 #include "Linux/FFmpeg/MovAssetWriter.h"
+#include "Linux/PulseAudio/SoundCapturingStream.h"
 #include "Linux/Qt/QtAlertPresenter.h"
 #include "Linux/Qt/QtApplication.h"
 #include "Linux/Qt/QtMainThread.h"
@@ -34,10 +35,10 @@ struct LinuxPlatform::Services {
         : symbols(std::filesystem::path(options.resourcesFolder) / "symbols"),
           application(qtApplication, mainThread, alerts, notifications), statusBar(application, symbols),
           shareableContent({}, qtApplication.devicePixelRatio()), screens({}, qtApplication.devicePixelRatio()),
-          captureStreams({.displayName = {},
-                          .scaleFactor = qtApplication.devicePixelRatio(),
-                          .clock = hostClock,
-                          .onConnectionLost = options.onDisplayServerLost}) {}
+          screenStreams({.displayName = {},
+                         .scaleFactor = qtApplication.devicePixelRatio(),
+                         .clock = hostClock,
+                         .onConnectionLost = options.onDisplayServerLost}) {}
 
     MonotonicHostClock hostClock;
     SystemWallClock wallClock;
@@ -58,7 +59,8 @@ struct LinuxPlatform::Services {
 
     X11ShareableContentProvider shareableContent;
     X11Screens screens;
-    X11CaptureStreamFactory captureStreams;
+    X11CaptureStreamFactory screenStreams;
+    SoundCapturingStreamFactory captureStreams{screenStreams, {.clock = hostClock, .source = {}}};
     CompressionSessionFactoryX264 compressionSessions;
     MovAssetWriterFactory assetWriters;
 
