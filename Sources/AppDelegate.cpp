@@ -61,6 +61,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::applicationWillTerminate() {
     endRecording();
+    m_captureEngine->waitForQueues(); // nothing of the recording outlives the program's end
 }
 
 AppState AppDelegate::currentState() const {

@@ -110,9 +110,9 @@ void CaptureEngine::addOutputs(CaptureStream &stream) {
 
 void CaptureEngine::stopCapture() {
     // The stream of this moment: one that is started later must not be stopped by this.
-    std::shared_ptr<CaptureStream> stream = currentStream();
-    m_streamQueue->async([weak = weak_from_this(), stream = std::move(stream)] {
+    m_streamQueue->async([weak = weak_from_this(), weakStream = std::weak_ptr(currentStream())] {
         const auto self = weak.lock();
+        const auto stream = weakStream.lock();
         if (self && stream && self->hasStream())
             self->stopOnQueue(stream);
     });
@@ -140,8 +140,13 @@ void CaptureEngine::stopOnQueue(const std::shared_ptr<CaptureStream> &stream) {
     });
 }
 
-void CaptureEngine::waitForStops() {
+void CaptureEngine::waitForQueues() {
     m_streamQueue->sync([] {});
+    m_audioQueue->sync([] {});
+}
+
+void CaptureEngine::waitForStops() {
+    waitForQueues();
     m_platform.mainThread.run([] {});
 }
 

@@ -55,6 +55,9 @@ public:
     /// main thread still later. A start in between may therefore lose its new stream to that last step.
     void stopCapture();
 
+    /// Returns when everything that was handed to the two queues so far has run; no sample is being handled then, and after a stop
+    /// none comes any more. Not on a capture queue.
+    void waitForQueues();
     /// Returns when every stop asked for so far has been carried out to its last step. Not on the main thread or a capture queue.
     /// Throws `MainThreadEnded`.
     void waitForStops();

@@ -24,6 +24,7 @@ protected:
         engine->setOnAudioSample([this](const MediaSampleRef &) { samples.add("audio"); });
         engine->setOnError([this](const std::exception &) { samples.add("error"); });
     }
+    ~Engine() override { engine->waitForQueues(); }
     void start(CaptureMode mode = CaptureMode::entireScreen, std::uint32_t display = 0, Rect rect = {}, bool audio = false) {
         engine->startCapture(mode, display, rect, audio);
     }

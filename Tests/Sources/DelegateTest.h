@@ -20,6 +20,8 @@ protected:
 
     DelegateTest() { fakes.defaults.store("didShowFirstRunWelcome", true); }
     ~DelegateTest() override {
+        if (delegate)
+            delegate->applicationWillTerminate();
         fakes.mainThread.pump();
         fakes.mainThread.end();
         EXPECT_TRUE(fakes.tasks.waitUntilIdle(std::chrono::seconds(10)));
