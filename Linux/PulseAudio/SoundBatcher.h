@@ -33,8 +33,8 @@ public:
     /// @param frames interleaved samples. @param time of the first. @param isExact whether even the smallest distance from the end
     /// is a hole or an overlap: between two sources nothing needs to be smooth.
     void append(std::span<const float> frames, double time, bool isExact);
-    /// Silence from the end up to `time`, to the nearest whole frame; nothing when the end is later. Of a silence of more than 10 seconds (the
-    /// computer was busy with something else entirely) only the last 10 are delivered.
+    /// Silence from the end up to `time`, to the nearest whole frame; nothing when the end is later. Of a silence of more than 10 seconds
+    /// (the computer was busy with something else entirely) only the last 10 are delivered.
     void fillUpTo(double time);
 
     /// What all samples share.

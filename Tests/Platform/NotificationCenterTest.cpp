@@ -109,6 +109,7 @@ TEST_F(NotificationCenterTest, ServesSeveralThreadsAtATime) {
     std::atomic<int> calls = 0;
     const auto observation = center.addObserver("one", [&] { ++calls; });
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int count = 0; count < 4; ++count)
         threads.emplace_back([&] {
             for (int post = 0; post < postsEach; ++post) {

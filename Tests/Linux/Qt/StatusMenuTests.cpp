@@ -183,10 +183,11 @@ TEST_F(StatusMenuTest, OpensWhileAnAlertIsOpenAndCanBeUsed) {
 TEST_F(StatusMenuTest, IsNotClosedByAnAlertThatComesMeanwhile) {
     open();
     desk.when([] { return true; }, [this] { robot.click(leftButton, itemCenter(3)); });
-    desk.when([] { return newestAlert() && newestAlert()->isVisible(); }, [this] {
-        events.emplace_back("alert");
-        newestAlert()->findChild<QAbstractButton *>("alertButton0")->click();
-    });
+    desk.when([] { return newestAlert() && newestAlert()->isVisible(); },
+              [this] {
+                  events.emplace_back("alert");
+                  newestAlert()->findChild<QAbstractButton *>("alertButton0")->click();
+              });
     EXPECT_EQ(desk.alerts.runModal({.title = "open", .buttons = {"OK"}}), AlertResponse::firstButton);
     EXPECT_EQ(events, (std::vector<std::string>{"click", "closed", "quit", "alert"}));
 }
