@@ -110,9 +110,8 @@ void CaptureEngine::addOutputs(CaptureStream &stream) {
 
 void CaptureEngine::stopCapture() {
     // The stream of this moment: one that is started later must not be stopped by this.
-    m_streamQueue->async([weak = weak_from_this(), weakStream = std::weak_ptr(currentStream())] {
+    m_streamQueue->async([weak = weak_from_this(), stream = currentStream()] {
         const auto self = weak.lock();
-        const auto stream = weakStream.lock();
         if (self && stream && self->hasStream())
             self->stopOnQueue(stream);
     });

@@ -92,7 +92,7 @@ class Saving(Case):
         opened = []
         menu = program.open_menu(lambda: opened.extend(program.left_click()))
         self.let_time_pass(2)
-        wait_for("the first clip", lambda: len(program.clips()) == 1)
+        wait_for("the icon to show the recording", lambda: program.icon_picture() == active)
         # The first save's alert waits for the menu to close.
         program.choose(self.texts.save_last, menu)
         program.alert(self.texts.saved).press("OK")
