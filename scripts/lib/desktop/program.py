@@ -80,6 +80,7 @@ class Pellaro:
         self._arguments = [*wrapper, str(Path(bundle) / "Contents/Linux/Pellaro")]
         self._environment = environment
         self._idle_icon = None
+        self.process = None  # until it is launched
 
     def write_defaults(self, **values):
         self.defaults_file.parent.mkdir(parents=True, exist_ok=True)
