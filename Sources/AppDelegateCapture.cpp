@@ -5,6 +5,7 @@
 #include "Sources/L10n.h"
 #include "Sources/Logger.h"
 #include "Sources/RingBuffer.h"
+#include "Sources/TextTemplate.h"
 #include "Sources/VideoEncoder.h"
 
 #include "Platform/Desktop/Alert.h"
@@ -104,7 +105,7 @@ void AppDelegate::wireCallbacks() {
         const auto self = weak.lock();
         if (!self)
             return;
-        self->m_platform.systemLog.write("[Pellaro] Capture engine error: " + localizedDescription(error));
+        self->m_platform.systemLog.write(fillIn("[Pellaro] Capture engine error: %@", {localizedDescription(error)}));
         self->m_platform.mainThread.post([weak] {
             const auto delegate = weak.lock();
             if (!delegate)
@@ -153,7 +154,7 @@ void AppDelegate::captureDidFail(const std::exception &error) {
     else if (captureError && captureError->code() == CaptureError::Code::pickerCancelled)
         m_platform.systemLog.write("[Pellaro] Fensterauswahl abgebrochen.");
     else
-        m_platform.systemLog.write("[Pellaro] Fehler beim Starten: " + localizedDescription(error));
+        m_platform.systemLog.write(fillIn("[Pellaro] Fehler beim Starten: %@", {localizedDescription(error)}));
     m_menuBar->updateState(AppState::inactive);
     if (permissionDenied)
         m_platform.mainThread.run([this] { showPermissionNeededAlert(); });

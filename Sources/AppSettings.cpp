@@ -2,6 +2,7 @@
 
 #include "Sources/Fatal.h"
 #include "Sources/L10n.h"
+#include "Sources/TextTemplate.h"
 
 #include "Platform/Desktop/Event.h"
 #include "Platform/Platform.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 namespace pellaro {
@@ -237,10 +237,7 @@ std::string defaultMoviesPath() {
 }
 
 std::string generateFileName() {
-    const LocalTime time = Platform::current().wallClock.now();
-    char stamp[96];
-    std::snprintf(stamp, sizeof stamp, "%04d-%02d-%02d_%02d%02d%02d", time.year, time.month, time.day, time.hour, time.minute, time.second);
-    return "Pellaro_" + std::string(stamp) + ".mp4";
+    return "Pellaro_" + formatTime("yyyy-MM-dd_HHmmss", Platform::current().wallClock.now()) + ".mp4";
 }
 
 } // namespace pellaro

@@ -1,6 +1,7 @@
 #include "Sources/CaptureEngine.h"
 
 #include "Sources/CaptureGeometry.h"
+#include "Sources/TextTemplate.h"
 
 #include "Platform/Platform.h"
 #include "Platform/System/MainThread.h"
@@ -103,7 +104,7 @@ void CaptureEngine::addOutputs(CaptureStream &stream) {
     try {
         stream.addStreamOutput(shared_from_this(), StreamOutputType::audio, m_audioQueue);
     } catch (const PlatformError &error) {
-        m_platform.systemLog.write("[Pellaro] Audio nicht verfügbar: " + error.localizedDescription());
+        m_platform.systemLog.write(fillIn("[Pellaro] Audio nicht verfügbar: %@", {error.localizedDescription()}));
         m_includeAudio = false;
     }
 }

@@ -1,12 +1,13 @@
 #include "Sources/Logger.h"
 
+#include "Sources/TextTemplate.h"
+
 #include "Platform/Error.h"
 #include "Platform/Platform.h"
 #include "Platform/System/SharedInstances.h"
 #include "Platform/System/SystemLog.h"
 #include "Platform/System/WallClock.h"
 
-#include <cstdio>
 #include <filesystem>
 
 namespace pellaro {
@@ -20,12 +21,6 @@ template <typename Operation> void ignoringErrors(Operation operation) {
     } catch (const PlatformError &) {
         // The line has reached the system log; there is nobody else to tell.
     }
-}
-
-std::string timeText(const LocalTime &time) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%02d:%02d:%02d.%03d", time.hour, time.minute, time.second, time.millisecond);
-    return text;
 }
 
 } // namespace
@@ -49,8 +44,8 @@ PelLog::PelLog(Platform &platform)
 }
 
 void PelLog::log(const std::string &message, const char *file, int line) {
-    const std::string text = "[" + timeText(m_platform.wallClock.now()) + "] " + std::filesystem::path(file).filename().string() + ":" +
-                             std::to_string(line) + " " + message;
+    const std::string text = "[" + formatTime("HH:mm:ss.SSS", m_platform.wallClock.now()) + "] " +
+                             std::filesystem::path(file).filename().string() + ":" + std::to_string(line) + " " + message;
     m_platform.systemLog.write("[Pellaro] " + text);
     m_queue->async([weak = weak_from_this(), text] {
         if (const auto self = weak.lock())
