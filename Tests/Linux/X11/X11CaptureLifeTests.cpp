@@ -112,6 +112,12 @@ TEST_F(X11CaptureLife, AServerThatDiesWhileThePictureMovesIsReported) {
     server.kill();
     EXPECT_TRUE(waitFor([&] { return lostConnections == 1; }));
     stream->stopCapture();
+}
+
+TEST_F(X11CaptureLife, DoesNotStartWithoutAServer) {
+    ContentFilter filter;
+    filter.content = ContentFilter::DisplayContent{{displayIdentifier("screen"), 320, 240}, {}};
+    const auto stream = X11CaptureStreamFactory({"/nonexistent/socket", 1, clock, {}}).create(filter, configuration());
     expectStartFails(*stream, x11ErrorDomain, static_cast<int>(X11ErrorCode::cannotConnect));
 }
 
