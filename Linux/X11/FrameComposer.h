@@ -2,9 +2,10 @@
 
 #include "Linux/X11/PicturePool.h"
 #include "Linux/X11/PixelRegion.h"
+#include "Linux/X11/X11CaptureSource.h"
 #include "Linux/X11/X11Connection.h"
 #include "Linux/X11/X11Cursor.h"
-#include "Linux/X11/X11ScreenFetcher.h"
+#include "Linux/X11/X11PixelFetcher.h"
 #include "Platform/Capture/CaptureStream.h"
 #include "Platform/Media/PixelBuffer.h"
 
@@ -14,46 +15,47 @@
 
 namespace pellaro {
 
-/// Makes frames of a fixed size from a part of the screen. Thread: the connection's.
+/// Makes frames of a fixed size from a source's content. Thread: the connection's.
 ///
-/// When the part has the frame's size, the screen is read straight into the pictures that are delivered. Otherwise it is read into
-/// a canvas of its own size, from which the changed places are scaled into the pictures.
+/// When the content has the frame's size, it is read straight into the pictures that are delivered. Otherwise it is read into a
+/// canvas of its own size, from which the changed places are scaled into the pictures.
 class FrameComposer {
 public:
     enum class Outcome {
         made,
         noBuffer,   ///< all pictures are on their way: the change waits
-        fetchFailed ///< the screen is not what it was: look at the monitors again, then compose everything
+        fetchFailed ///< the content is not what it was: follow the source, then compose everything
     };
 
-    /// Throws `PlatformError` when the screen's pixels cannot be used.
+    /// Throws `PlatformError` when there is no memory.
     FrameComposer(const X11Connection &connection, const StreamConfiguration &configuration);
 
-    /// Frames show `source`, root pixels, from now on, in a new series; black when it is empty. The next change composed must be
-    /// all of it. Throws `PlatformError` when there is no memory.
-    void setSource(const PixelRect &source);
-    [[nodiscard]] const PixelRect &source() const { return m_source; }
+    /// Frames are made for content of the source's present size from now on, in a new series if that is another size; black when it
+    /// is empty. The next change composed must be all of it. Throws `PlatformError` when there is no memory.
+    void adapt(const X11CaptureSource &source);
 
-    /// Makes the next frame, which differs from the one before at `changed` (relative to the source).
-    [[nodiscard]] Outcome compose(PixelRegion changed, const X11Cursor &cursor, PixelBufferRef &frame);
-    /// No frame has been made since the source was set or a fetch failed.
+    /// Makes the next frame, which differs from the one before at `changed` (relative to the content's corner).
+    [[nodiscard]] Outcome compose(const X11CaptureSource &source, PixelRegion changed, const X11Cursor &cursor, PixelBufferRef &frame);
+    /// No frame has been made since the source's size changed or a fetch failed.
     [[nodiscard]] bool isFresh() const { return !m_pool->hasNewest(); }
     /// The last frame once more; null when there is none, or all pictures are on their way.
     [[nodiscard]] PixelBufferRef repeat() { return m_pool->repeat(); }
 
 private:
-    [[nodiscard]] bool isDirect() const { return m_source.width == m_width && m_source.height == m_height; }
+    void setSize(int width, int height);
+    [[nodiscard]] bool isDirect() const { return m_contentWidth == m_width && m_contentHeight == m_height; }
     [[nodiscard]] PixelRegion changedInFrame(const PixelRegion &changed) const;
-    [[nodiscard]] X11ScreenFetcher::Target target(std::size_t picture) const;
+    [[nodiscard]] X11PixelFetcher::Target target(std::size_t picture) const;
 
     const X11Connection &m_connection;
     const int m_width;
     const int m_height;
     const bool m_scalesToFit;
     const int m_depth;
-    X11ScreenFetcher m_fetcher;
-    PixelRect m_source;
-    PixelRect m_fit; // where the source lies in the frame
+    X11PixelFetcher m_fetcher;
+    int m_contentWidth = 0;
+    int m_contentHeight = 0;
+    PixelRect m_fit; // where the content lies in the frame
     std::unique_ptr<PicturePool> m_pool;
     std::unique_ptr<PicturePool::Picture> m_canvas; // null when direct
     std::vector<ShmSegment> m_segments;             // of the pool's pictures when direct, else of the canvas alone

@@ -16,6 +16,13 @@ void copyPixels(const PixelView &from, const PixelView &to, const PixelRect &rec
         std::memcpy(to.at(rect.x, y), from.at(rect.x, y), rowBytes);
 }
 
+void blacken(const PixelView &view, const PixelRect &rect) {
+    if (rect.isEmpty())
+        return;
+    for (int y = rect.y; y < rect.bottom(); ++y)
+        std::memset(view.at(rect.x, y), 0, static_cast<std::size_t>(rect.width) * 4);
+}
+
 PixelRect fitPicture(int contentWidth, int contentHeight, int frameWidth, int frameHeight, bool enlarge) {
     if (contentWidth <= 0 || contentHeight <= 0)
         return {};

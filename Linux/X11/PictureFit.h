@@ -22,6 +22,9 @@ struct PixelView {
 /// Copies `rect` of `from` to the same place of `to`; the rectangle lies within both.
 void copyPixels(const PixelView &from, const PixelView &to, const PixelRect &rect);
 
+/// Makes `rect` of `view` black; the rectangle lies within it.
+void blacken(const PixelView &view, const PixelRect &rect);
+
 /// Where content of one size lies in a frame of another: as large as it fits with its shape kept, centred; content smaller than the
 /// frame keeps its size unless `enlarge`.
 [[nodiscard]] PixelRect fitPicture(int contentWidth, int contentHeight, int frameWidth, int frameHeight, bool enlarge);

@@ -1,8 +1,11 @@
 #include "Linux/X11/X11CaptureSession.h"
 
-#include "Linux/X11/X11Displays.h"
+#include "Linux/X11/X11DisplaySource.h"
+#include "Linux/X11/X11WindowSource.h"
 
 #include <algorithm>
+#include <utility>
+#include <variant>
 
 namespace pellaro {
 
@@ -12,20 +15,32 @@ namespace {
 constexpr std::int64_t repeatInterval = 250'000'000;
 constexpr std::int32_t hostTimescale = 1'000'000'000;
 
+std::unique_ptr<X11CaptureSource> makeSource(const X11Connection &connection, const ContentFilter &filter,
+                                             const std::optional<Rect> &sourceRect, double scaleFactor) {
+    requireDamage(connection);
+    if (const auto *window = std::get_if<ContentFilter::WindowContent>(&filter.content))
+        return std::make_unique<X11WindowSource>(connection, static_cast<xcb_window_t>(window->window.windowID));
+    const std::uint32_t displayID = std::get<ContentFilter::DisplayContent>(filter.content).display.displayID;
+    return std::make_unique<X11DisplaySource>(connection, displayID, sourceRect, scaleFactor);
+}
+
 } // namespace
 
-X11CaptureSession::X11CaptureSession(const std::string &displayName, std::uint32_t displayID, StreamConfiguration configuration,
+X11CaptureSession::X11CaptureSession(const std::string &displayName, const ContentFilter &filter, StreamConfiguration configuration,
                                      double scaleFactor, const HostClock &clock)
-    : m_connection(displayName), m_displayID(displayID), m_configuration(std::move(configuration)), m_scaleFactor(scaleFactor),
-      m_clock(clock), m_changes(m_connection), m_composer(m_connection, m_configuration) {
-    followLayout();
+    : m_connection(displayName), m_configuration(std::move(configuration)), m_clock(clock),
+      m_source(makeSource(m_connection, filter, m_configuration.sourceRect, scaleFactor)), m_pointer(m_connection),
+      m_composer(m_connection, m_configuration) {
+    adapt();
 }
 
 X11CaptureSession::End X11CaptureSession::run(const WakeEvent &stop, const Deliver &deliver) {
     for (;;) {
-        m_changes.readEvents();
+        readEvents();
         if (m_connection.isLost())
             return End::connectionLost;
+        if (m_source->hasEnded())
+            return End::contentGone;
         const std::int64_t moment = now();
         if (!m_grid) {
             m_grid.emplace(moment, m_configuration.minimumFrameInterval);
@@ -50,24 +65,44 @@ X11CaptureSession::End X11CaptureSession::run(const WakeEvent &stop, const Deliv
 }
 
 bool X11CaptureSession::hasWork() const {
-    return m_changes.isPending() || m_changes.hasLayoutChanged() || m_composer.isFresh() || !m_pending.isEmpty();
+    return m_source->isPending() || m_pointer.isPending() || m_mustLook || m_composer.isFresh() || !m_pending.isEmpty();
+}
+
+void X11CaptureSession::readEvents() {
+    while (const auto event = m_connection.nextEvent()) {
+        m_source->readEvent(*event);
+        m_pointer.readEvent(*event);
+    }
+}
+
+void X11CaptureSession::adapt() {
+    m_composer.adapt(*m_source);
+    const PixelRect &area = m_source->content().area;
+    m_pointer.setArea(area);
+    m_pending.clear();
+    m_pending.add(PixelRect{0, 0, area.width, area.height});
 }
 
 void X11CaptureSession::look(std::int64_t slot, bool isRepeatDue, const Deliver &deliver) {
     PixelBufferRef frame;
     try {
-        if (m_changes.hasLayoutChanged())
-            followLayout();
-        m_changes.collect(m_composer.source(), m_pending);
-        if (!m_pending.isEmpty() || m_composer.isFresh()) {
-            const auto outcome = m_composer.compose(m_pending, m_changes.cursor(), frame);
-            if (outcome == FrameComposer::Outcome::fetchFailed)
-                m_changes.setLayoutChanged(true);
-        } else if (isRepeatDue) {
+        // All questions first, then the answers: the server is asked once per frame.
+        m_source->request();
+        m_pointer.request(m_source->content().path);
+        m_source->receive(m_pending);
+        m_pointer.receive(m_source->content().area, m_pending);
+        // What has happened to the content before these answers is known with them.
+        readEvents();
+        if (m_source->follow(std::exchange(m_mustLook, false)))
+            adapt();
+        if (m_source->hasEnded())
+            return;
+        if (!m_pending.isEmpty() || m_composer.isFresh())
+            m_mustLook = m_composer.compose(*m_source, m_pending, m_pointer.cursor(), frame) == FrameComposer::Outcome::fetchFailed;
+        else if (isRepeatDue)
             frame = m_composer.repeat();
-        }
     } catch (const PlatformError &) {
-        m_changes.setLayoutChanged(true); // no memory for the new size: try again in the next slot
+        m_mustLook = true; // no memory for the new size: try again in the next slot
     }
     // Repeats keep their own beat; a frame that came of itself starts it anew.
     const std::int64_t moment = now();
@@ -79,24 +114,6 @@ void X11CaptureSession::look(std::int64_t slot, bool isRepeatDue, const Deliver 
         m_pending.clear();
         hand(std::move(frame), slot, deliver);
     }
-}
-
-PixelRect X11CaptureSession::currentSource() const {
-    for (const X11Monitor &monitor : queryMonitors(m_connection)) {
-        if (monitor.displayID == m_displayID)
-            return pixelsOfPart(monitor.frame, m_configuration.sourceRect, m_scaleFactor);
-    }
-    return {};
-}
-
-void X11CaptureSession::followLayout() {
-    m_changes.setLayoutChanged(false);
-    const PixelRect source = currentSource();
-    if (source != m_composer.source())
-        m_composer.setSource(source);
-    // Also where the display stayed in place: what the server moved or cleared on the way may not count as drawn.
-    m_pending.clear();
-    m_pending.add(PixelRect{0, 0, source.width, source.height});
 }
 
 void X11CaptureSession::hand(PixelBufferRef frame, std::int64_t slot, const Deliver &deliver) const {

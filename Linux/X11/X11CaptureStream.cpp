@@ -3,16 +3,11 @@
 #include "Linux/X11/X11CaptureSession.h"
 
 #include <algorithm>
-#include <variant>
 #include <vector>
 
 namespace pellaro {
 
 namespace {
-
-PlatformError captureError(X11CaptureErrorCode code, std::string description) {
-    return {captureServiceErrorDomain, static_cast<int>(code), std::move(description)};
-}
 
 void requireUsable(const StreamConfiguration &configuration) {
     constexpr int largest = 16384; // what the encoders of this world accept; also keeps byte counts small
@@ -114,13 +109,6 @@ void X11CaptureStream::removeStreamOutput(const std::shared_ptr<CaptureStreamOut
         throw captureError(X11CaptureErrorCode::outputNotAdded, "The output was not added to the recording.");
 }
 
-std::uint32_t X11CaptureStream::recordedDisplay() const {
-    const auto *display = std::get_if<ContentFilter::DisplayContent>(&m_filter.content);
-    if (!display)
-        throw captureError(X11CaptureErrorCode::windowUnsupported, "Single windows cannot be recorded on this desktop yet.");
-    return display->display.displayID;
-}
-
 void X11CaptureStream::startCapture() {
     const std::lock_guard startLock(m_startMutex);
     {
@@ -128,11 +116,10 @@ void X11CaptureStream::startCapture() {
         if (m_outlets->run)
             throw captureError(X11CaptureErrorCode::alreadyRunning, "The recording is already running.");
     }
-    const std::uint32_t displayID = recordedDisplay();
     requireUsable(m_configuration);
 
     const SigpipeBlock block; // the new thread inherits it
-    auto session = std::make_unique<X11CaptureSession>(m_environment->displayName, displayID, m_configuration, m_environment->scaleFactor,
+    auto session = std::make_unique<X11CaptureSession>(m_environment->displayName, m_filter, m_configuration, m_environment->scaleFactor,
                                                        m_environment->clock);
     const auto run = std::make_shared<Run>();
     endThread();

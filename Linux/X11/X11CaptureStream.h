@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Linux/X11/X11CaptureError.h"
 #include "Platform/Capture/CaptureStream.h"
 #include "Platform/System/HostClock.h"
 
@@ -11,15 +12,6 @@
 
 namespace pellaro {
 
-/// Codes of the errors in `captureServiceErrorDomain` that X11 streams throw.
-enum class X11CaptureErrorCode : int {
-    windowUnsupported = 1,
-    outputUnsupported = 2,
-    outputNotAdded = 3,
-    invalidArgument = 4,
-    alreadyRunning = 5
-};
-
 /// What all streams of a factory share.
 struct X11CaptureEnvironment {
     std::string displayName; ///< as in DISPLAY; empty: DISPLAY itself
@@ -29,9 +21,10 @@ struct X11CaptureEnvironment {
     std::function<void()> onConnectionLost;
 };
 
-/// The recording of a display of an X server.
+/// The recording of a display of an X server, or of a window.
 ///
-/// Every start makes a thread with a connection of its own; both end soon after the stop, at the latest with this object.
+/// Every start makes a thread with a connection of its own; both end soon after the stop, at the latest with this object. The recording
+/// of a window that is closed ends as if it had been stopped.
 class X11CaptureStream final : public CaptureStream {
 public:
     X11CaptureStream(std::shared_ptr<const X11CaptureEnvironment> environment, ContentFilter filter, StreamConfiguration configuration);
@@ -47,7 +40,6 @@ private:
     struct Outlets;
     struct Run;
 
-    [[nodiscard]] std::uint32_t recordedDisplay() const;
     void endThread();
 
     const std::shared_ptr<const X11CaptureEnvironment> m_environment;

@@ -34,9 +34,9 @@ void blendCursor(const CursorImage &image, int x, int y, const PixelView &target
     }
 }
 
-void X11Cursor::draw(const PixelRect &origin, const PixelView &target) const {
+void X11Cursor::draw(const PixelView &picture) const {
     if (!m_rect.isEmpty())
-        blendCursor(m_image, m_rect.x - origin.x, m_rect.y - origin.y, target);
+        blendCursor(m_image, m_rect.x, m_rect.y, picture);
 }
 
 void X11Cursor::setImage(const xcb_xfixes_get_cursor_image_reply_t *reply) {
@@ -49,17 +49,20 @@ void X11Cursor::setImage(const xcb_xfixes_get_cursor_image_reply_t *reply) {
     place();
 }
 
-void X11Cursor::setPosition(const xcb_query_pointer_reply_t *reply) {
-    m_isOnScreen = reply && reply->same_screen;
-    if (m_isOnScreen) {
-        m_hotX = reply->root_x;
-        m_hotY = reply->root_y;
-    }
+void X11Cursor::setPosition(int x, int y) {
+    m_isVisible = true;
+    m_hotX = x;
+    m_hotY = y;
+    place();
+}
+
+void X11Cursor::hide() {
+    m_isVisible = false;
     place();
 }
 
 void X11Cursor::place() {
-    m_rect = m_isOnScreen ? PixelRect{m_hotX - m_image.hotspotX, m_hotY - m_image.hotspotY, m_image.width, m_image.height} : PixelRect{};
+    m_rect = m_isVisible ? PixelRect{m_hotX - m_image.hotspotX, m_hotY - m_image.hotspotY, m_image.width, m_image.height} : PixelRect{};
 }
 
 } // namespace pellaro

@@ -22,22 +22,24 @@ struct CursorImage {
 /// Lays `image`, its top-left corner at `x`, `y` of the target, over the target's pixels; what lies outside is left out.
 void blendCursor(const CursorImage &image, int x, int y, const PixelView &target);
 
-/// Shape and place of the pointer on the root window.
+/// Shape and place of the pointer in a picture.
 class X11Cursor {
 public:
-    /// The place as last seen, root pixels; empty while there is no pointer to see.
+    /// Its place in the picture, which may lie outside in part; empty while there is no pointer to see.
     [[nodiscard]] const PixelRect &rect() const { return m_rect; }
-    /// Draws the pointer into a picture whose top-left corner is at `origin` of the root window.
-    void draw(const PixelRect &origin, const PixelView &target) const;
+    void draw(const PixelView &picture) const;
 
     void setImage(const xcb_xfixes_get_cursor_image_reply_t *reply);
-    void setPosition(const xcb_query_pointer_reply_t *reply);
+    /// It points at this pixel of the picture.
+    void setPosition(int x, int y);
+    /// It is not to be seen until its position is set again.
+    void hide();
 
 private:
     void place();
 
     CursorImage m_image;
-    bool m_isOnScreen = false;
+    bool m_isVisible = false;
     int m_hotX = 0;
     int m_hotY = 0;
     PixelRect m_rect;

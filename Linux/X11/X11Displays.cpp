@@ -1,5 +1,7 @@
 #include "Linux/X11/X11Displays.h"
 
+#include "Linux/X11/X11Windows.h"
+
 #include <algorithm>
 #include <cmath>
 #include <xcb/randr.h>
@@ -102,6 +104,7 @@ ShareableContent X11ShareableContentProvider::current() {
     ShareableContent content;
     for (const X11Monitor &monitor : queryMonitors(connection))
         content.displays.push_back(shareableDisplay(monitor, m_scaleFactor));
+    content.windows = queryWindows(connection, m_scaleFactor);
     if (connection.isLost())
         throw x11Error(X11ErrorCode::connectionLost, "The X server has gone away.");
     return content;

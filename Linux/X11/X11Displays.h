@@ -37,7 +37,8 @@ struct X11Monitor {
 /// all of the display without a part. Empty when the part lies outside the display.
 [[nodiscard]] PixelRect pixelsOfPart(const PixelRect &display, const std::optional<Rect> &part, double scaleFactor);
 
-/// What can be recorded on an X server: its monitors. Asks the server anew each time, on a connection of its own.
+/// What can be recorded on an X server: its monitors, and its windows as `queryWindows` lists them. Asks the server anew each time, on a
+/// connection of its own.
 class X11ShareableContentProvider final : public ShareableContentProvider {
 public:
     /// @param displayName as in DISPLAY; empty: DISPLAY itself.

@@ -74,6 +74,8 @@ void FrameSink::check(const MediaSample &sample) {
     }
     if (m_followed != m_picture)
         complain("picture " + std::to_string(record.sequence) + " differs where nothing was announced");
+    if (m_forbiddenColor && std::find(m_picture.pixels.begin(), m_picture.pixels.end(), *m_forbiddenColor) != m_picture.pixels.end())
+        complain("picture " + std::to_string(record.sequence) + " has what must not be in it");
     m_records.push_back(record);
 }
 
@@ -86,6 +88,11 @@ void FrameSink::setHeldFrames(std::size_t count) {
     m_heldFrames = count;
     while (m_held.size() > m_heldFrames)
         m_held.pop_front();
+}
+
+void FrameSink::forbidColor(std::optional<std::uint32_t> color) {
+    const std::lock_guard lock(m_mutex);
+    m_forbiddenColor = color;
 }
 
 std::size_t FrameSink::count() const {

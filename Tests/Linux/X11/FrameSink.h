@@ -43,6 +43,8 @@ public:
     void streamDidOutput(const MediaSampleRef &sample, StreamOutputType type) override;
 
     void setHeldFrames(std::size_t count);
+    /// A frame that has this colour anywhere is wrong.
+    void forbidColor(std::optional<std::uint32_t> color);
     [[nodiscard]] std::size_t count() const;
     [[nodiscard]] std::vector<FrameRecord> records() const;
     [[nodiscard]] std::optional<FrameRecord> last() const;
@@ -57,6 +59,7 @@ private:
 
     mutable std::mutex m_mutex; // guards everything below
     std::size_t m_heldFrames;
+    std::optional<std::uint32_t> m_forbiddenColor;
     std::deque<MediaSampleRef> m_held;
     std::vector<FrameRecord> m_records;
     ScreenImage m_picture;  // of the newest frame, as a whole

@@ -13,7 +13,8 @@ namespace {
 constexpr std::uint32_t colorBits = 0xffffff;
 }
 
-ScreenPainter::ScreenPainter(const std::string &displayName) : m_connection(displayName), m_context(m_connection.newID()) {
+ScreenPainter::ScreenPainter(const std::string &displayName)
+    : m_connection(displayName), m_context(m_connection.newID()), m_cursorWindow(m_connection.root()) {
     const std::uint32_t values[] = {XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS, 0};
     xcb_create_gc(m_connection.raw(), m_context, m_connection.root(), XCB_GC_SUBWINDOW_MODE | XCB_GC_GRAPHICS_EXPOSURES, values);
     sync();
@@ -80,7 +81,7 @@ void ScreenPainter::setCursor(int size, std::uint32_t color, int hotspot, bool i
     const xcb_cursor_t cursor = m_connection.newID();
     xcb_create_cursor(m_connection.raw(), cursor, shape, shape, component(16), component(8), component(0), 0, 0, 0,
                       static_cast<std::uint16_t>(hotspot), static_cast<std::uint16_t>(hotspot));
-    xcb_change_window_attributes(m_connection.raw(), m_connection.root(), XCB_CW_CURSOR, &cursor);
+    xcb_change_window_attributes(m_connection.raw(), m_cursorWindow, XCB_CW_CURSOR, &cursor);
     xcb_free_cursor(m_connection.raw(), cursor);
     xcb_free_gc(m_connection.raw(), context);
     xcb_free_pixmap(m_connection.raw(), shape);
@@ -107,7 +108,7 @@ void ScreenPainter::setTranslucentCursor(int size, std::uint32_t argb, int hotsp
     xcb_poly_fill_rectangle(connection, shape, context, 1, &all);
     xcb_render_create_picture(connection, picture, shape, argbFormat, 0, nullptr);
     xcb_render_create_cursor(connection, cursor, picture, place, place);
-    xcb_change_window_attributes(connection, m_connection.root(), XCB_CW_CURSOR, &cursor);
+    xcb_change_window_attributes(connection, m_cursorWindow, XCB_CW_CURSOR, &cursor);
     xcb_free_cursor(connection, cursor);
     xcb_render_free_picture(connection, picture);
     xcb_free_gc(connection, context);

@@ -40,6 +40,8 @@ public:
     void setTranslucentCursor(int size, std::uint32_t argb, int hotspot);
     /// A pointer without a single visible pixel.
     void hideCursor() { setCursor(1, 0, 0, false); }
+    /// From here on pointers are set for this window, which may be another program's; those of the root window stay.
+    void setCursorWindow(xcb_window_t window) { m_cursorWindow = window; }
     /// Moves the pointer as a program does, which devices do not report.
     void warpPointer(int x, int y);
     /// Moves the pointer as a mouse does.
@@ -61,6 +63,7 @@ private:
 
     X11Connection m_connection;
     xcb_gcontext_t m_context;
+    xcb_window_t m_cursorWindow;
 };
 
 } // namespace pellaro::test

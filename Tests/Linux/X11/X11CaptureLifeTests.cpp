@@ -151,11 +151,11 @@ TEST_F(X11CaptureLife, TheReportOfALostServerMayLetTheStreamGo) {
     EXPECT_EQ(released->get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
 }
 
-TEST_F(X11CaptureLife, SaysThatWindowsAreNotSupported) {
+TEST_F(X11CaptureLife, SaysThatAWindowIsNotThere) {
     ContentFilter filter;
     filter.content = ContentFilter::WindowContent{};
     const auto stream = X11CaptureStreamFactory({server.displayName(), 1, clock, {}}).create(filter, configuration());
-    expectStartFails(*stream, captureServiceErrorDomain, static_cast<int>(X11CaptureErrorCode::windowUnsupported));
+    expectStartFails(*stream, captureServiceErrorDomain, static_cast<int>(X11CaptureErrorCode::windowUnavailable));
 }
 
 TEST_F(X11CaptureLife, RefusesOutputsItCannotServe) {

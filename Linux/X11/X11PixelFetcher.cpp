@@ -1,4 +1,4 @@
-#include "Linux/X11/X11ScreenFetcher.h"
+#include "Linux/X11/X11PixelFetcher.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -16,43 +16,36 @@ std::size_t byteCount(const PixelRect &rect) {
     return static_cast<std::size_t>(rect.width) * static_cast<std::size_t>(rect.height) * 4;
 }
 
-void requireBgrx(const X11Connection &connection) {
-    const xcb_setup_t *setup = xcb_get_setup(connection.raw());
-    int bitsPerPixel = 0;
-    for (auto format = xcb_setup_pixmap_formats_iterator(setup); format.rem > 0; xcb_format_next(&format)) {
-        if (format.data->depth == connection.screen().root_depth)
-            bitsPerPixel = format.data->bits_per_pixel;
-    }
-    std::uint32_t redMask = 0;
-    std::uint32_t blueMask = 0;
-    for (auto depth = xcb_screen_allowed_depths_iterator(&connection.screen()); depth.rem > 0; xcb_depth_next(&depth)) {
-        for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0; xcb_visualtype_next(&visual)) {
-            if (visual.data->visual_id == connection.screen().root_visual) {
-                redMask = visual.data->red_mask;
-                blueMask = visual.data->blue_mask;
-            }
-        }
-    }
-    if (bitsPerPixel != 32 || setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST || redMask != 0xff0000 || blueMask != 0xff) {
-        throw x11Error(X11ErrorCode::unsupportedPixels, "The screen cannot be recorded: it does not use 24-bit colour in 32-bit pixels.");
-    }
-}
-
 } // namespace
 
-X11ScreenFetcher::X11ScreenFetcher(const X11Connection &connection)
-    : m_connection(connection), m_scratch(scratchSize), m_scratchSegment(connection, m_scratch) {
-    requireBgrx(connection);
+bool hasBgrxPixels(const X11Connection &connection, int depth, xcb_visualid_t visualID) {
+    const xcb_setup_t *setup = xcb_get_setup(connection.raw());
+    if (setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
+        return false;
+    bool hasRoom = false;
+    for (auto format = xcb_setup_pixmap_formats_iterator(setup); format.rem > 0; xcb_format_next(&format))
+        hasRoom = hasRoom || (format.data->depth == depth && format.data->bits_per_pixel == 32);
+    for (auto each = xcb_screen_allowed_depths_iterator(&connection.screen()); each.rem > 0; xcb_depth_next(&each)) {
+        for (auto visual = xcb_depth_visuals_iterator(each.data); visual.rem > 0; xcb_visualtype_next(&visual)) {
+            const xcb_visualtype_t &type = *visual.data;
+            if (type.visual_id == visualID)
+                return hasRoom && type.red_mask == 0xff0000 && type.green_mask == 0xff00 && type.blue_mask == 0xff;
+        }
+    }
+    return false;
 }
 
-bool X11ScreenFetcher::fetch(const PixelRect &origin, const std::vector<PixelRect> &rects, const Target &target) {
+X11PixelFetcher::X11PixelFetcher(const X11Connection &connection)
+    : m_connection(connection), m_scratch(scratchSize), m_scratchSegment(connection, m_scratch) {}
+
+bool X11PixelFetcher::fetch(const Origin &origin, const std::vector<PixelRect> &rects, const Target &target) {
     bool complete = true;
     for (const PixelRect &rect : rects)
         complete = request(origin, rect, target) && complete;
     return finishBatch(target) && complete;
 }
 
-bool X11ScreenFetcher::request(const PixelRect &origin, const PixelRect &rect, const Target &target) {
+bool X11PixelFetcher::request(const Origin &origin, const PixelRect &rect, const Target &target) {
     // A band over the full width has its rows next to each other in the picture: the server writes it there itself.
     if (target.segment && rect.x == 0 && rect.width == target.view.width && target.view.bytesPerRow == rect.width * 4) {
         requestPiece(origin, rect, target, true);
@@ -69,7 +62,7 @@ bool X11ScreenFetcher::request(const PixelRect &origin, const PixelRect &rect, c
     return complete;
 }
 
-void X11ScreenFetcher::requestPiece(const PixelRect &origin, const PixelRect &rect, const Target &target, bool isDirect) {
+void X11PixelFetcher::requestPiece(const Origin &origin, const PixelRect &rect, const Target &target, bool isDirect) {
     const auto x = static_cast<std::int16_t>(origin.x + rect.x);
     const auto y = static_cast<std::int16_t>(origin.y + rect.y);
     const auto width = static_cast<std::uint16_t>(rect.width);
@@ -79,19 +72,19 @@ void X11ScreenFetcher::requestPiece(const PixelRect &origin, const PixelRect &re
         const xcb_shm_seg_t segment = isDirect ? target.segment : m_scratchSegment.id();
         const std::size_t offset =
             isDirect ? static_cast<std::size_t>(rect.y) * static_cast<std::size_t>(target.view.bytesPerRow) : m_scratchUsed;
-        piece.sequence = xcb_shm_get_image(m_connection.raw(), m_connection.root(), x, y, width, height, allPlanes,
-                                           XCB_IMAGE_FORMAT_Z_PIXMAP, segment, static_cast<std::uint32_t>(offset))
+        piece.sequence = xcb_shm_get_image(m_connection.raw(), origin.drawable, x, y, width, height, allPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                           segment, static_cast<std::uint32_t>(offset))
                              .sequence;
     } else {
         piece.sequence =
-            xcb_get_image(m_connection.raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, m_connection.root(), x, y, width, height, allPlanes).sequence;
+            xcb_get_image(m_connection.raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, origin.drawable, x, y, width, height, allPlanes).sequence;
     }
     if (!isDirect)
         m_scratchUsed += byteCount(rect);
     m_batch.push_back(piece);
 }
 
-bool X11ScreenFetcher::finishBatch(const Target &target) {
+bool X11PixelFetcher::finishBatch(const Target &target) {
     bool complete = true;
     for (const Piece &piece : m_batch) // every reply is taken, also after a failure: xcb keeps those that nobody wants
         complete = finishPiece(piece, target) && complete;
@@ -100,7 +93,7 @@ bool X11ScreenFetcher::finishBatch(const Target &target) {
     return complete;
 }
 
-bool X11ScreenFetcher::finishPiece(const Piece &piece, const Target &target) const {
+bool X11PixelFetcher::finishPiece(const Piece &piece, const Target &target) const {
     const std::byte *pixels = nullptr;
     X11Reply<xcb_get_image_reply_t> image;
     if (piece.isDirect || m_scratchSegment.id()) {
