@@ -5,6 +5,7 @@
 #include "Linux/PulseAudio/SoundCapturingStream.h"
 #include "Linux/Qt/QtAlertPresenter.h"
 #include "Linux/Qt/QtApplication.h"
+#include "Linux/Qt/QtContentPicker.h"
 #include "Linux/Qt/QtMainThread.h"
 #include "Linux/Qt/QtPasteboard.h"
 #include "Linux/Qt/QtScreenCapturePermission.h"
@@ -19,6 +20,7 @@
 #include "Linux/System/SystemWallClock.h"
 #include "Linux/X11/X11CaptureStream.h"
 #include "Linux/X11/X11Displays.h"
+#include "Linux/X11/X11WindowGallery.h"
 #include "Platform/System/NotificationCenter.h"
 #include "Platform/System/SharedInstances.h"
 #include "Platform/System/TaskPool.h"
@@ -38,7 +40,11 @@ struct LinuxPlatform::Services {
           screenStreams({.displayName = {},
                          .scaleFactor = qtApplication.devicePixelRatio(),
                          .clock = hostClock,
-                         .onConnectionLost = options.onDisplayServerLost}) {}
+                         .onConnectionLost = options.onDisplayServerLost}),
+          contentPicker(
+              mainThread,
+              [scaleFactor = qtApplication.devicePixelRatio()] { return std::make_unique<X11WindowGallery>(std::string(), scaleFactor); },
+              options.text) {}
 
     MonotonicHostClock hostClock;
     SystemWallClock wallClock;
@@ -61,6 +67,7 @@ struct LinuxPlatform::Services {
     X11Screens screens;
     X11CaptureStreamFactory screenStreams;
     SoundCapturingStreamFactory captureStreams{screenStreams, {.clock = hostClock, .source = {}}};
+    QtContentPicker contentPicker;
     CompressionSessionFactoryX264 compressionSessions;
     MovAssetWriterFactory assetWriters;
 
@@ -80,7 +87,7 @@ struct LinuxPlatform::Services {
         .sharedInstances = sharedInstances,
         .shareableContent = shareableContent,
         .captureStreams = captureStreams,
-        .contentPicker = nullptr,
+        .contentPicker = &contentPicker,
         .compressionSessions = compressionSessions,
         .assetWriters = assetWriters,
         .application = application,

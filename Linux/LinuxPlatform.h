@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Linux/LocalizedText.h"
 #include "Platform/Platform.h"
 
 #include <functional>
@@ -20,6 +21,8 @@ public:
         std::string resourcesFolder;
         /// Called once, on some thread, when the X server goes away while something is recorded.
         std::function<void()> onDisplayServerLost;
+        /// For the windows that belong to the desktop's services and not to the application; called as long as the event loop runs.
+        LocalizedText text;
     };
 
     LinuxPlatform(QApplication &application, const Options &options);

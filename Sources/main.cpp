@@ -1,4 +1,5 @@
 #include "Sources/AppDelegate.h"
+#include "Sources/L10n.h"
 #include "Sources/Logger.h"
 #include "Sources/SettingsWindowController.h"
 
@@ -36,7 +37,7 @@ int runApplication(QApplication &qtApplication) {
     using namespace pellaro;
     const std::string resources = resourcesFolder();
     QApplication::setWindowIcon(QIcon(QString::fromStdString(resources + "/pellaro.svg")));
-    LinuxPlatform desktop(qtApplication, {.resourcesFolder = resources, .onDisplayServerLost = endWithoutDisplayServer});
+    LinuxPlatform desktop(qtApplication, {.resourcesFolder = resources, .onDisplayServerLost = endWithoutDisplayServer, .text = L});
     Platform &platform = desktop.platform();
 
     SettingsWindowController settingsWindow(platform);
