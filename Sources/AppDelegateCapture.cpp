@@ -123,6 +123,7 @@ bool AppDelegate::prepareCaptureRect(Rect &rect) {
     const std::optional<Screen> screen = screenForRegion();
     if (!screen)
         return false;
+    m_captureEngine->waitForQueues(); // a recording that is ending must not show the selection
     std::optional<Rect> selected;
     m_platform.mainThread.run([&] {
         if (m_windows.selectRegion)

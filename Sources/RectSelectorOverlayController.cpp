@@ -13,8 +13,8 @@ namespace pellaro {
 
 namespace {
 
-/// Time for what the screen shows to follow what the windows are: for other programs to paint where a menu of ours has just closed,
-/// for a compositing manager to show the screen without the overlay. Nothing tells when they have.
+/// Time for what the screen shows to follow what the windows are: for other programs to paint where a menu of ours or the overlay
+/// has just gone, for a compositing manager to show the screen without it. Nothing tells when they have.
 constexpr std::chrono::milliseconds settlingTime(100);
 constexpr std::chrono::milliseconds frontInterval(100);
 
@@ -113,8 +113,7 @@ void OverlayController::complete(const std::optional<Rect> &rect) {
     if (!completion)
         return;
     orderOut();
-    const auto delay = m_backdrop == OverlayBackdrop::live ? settlingTime : std::chrono::milliseconds(0);
-    QTimer::singleShot(delay, this, [completion, rect] { completion(rect); });
+    QTimer::singleShot(settlingTime, this, [completion, rect] { completion(rect); });
 }
 
 void OverlayController::orderOut() {

@@ -1,9 +1,11 @@
 #include "Sources/AppDelegate.h"
 #include "Sources/L10n.h"
 #include "Sources/Logger.h"
+#include "Sources/RectSelectorOverlay.h"
 #include "Sources/SettingsWindowController.h"
 
 #include "Linux/LinuxPlatform.h"
+#include "Linux/X11/X11Compositing.h"
 #include "Linux/X11/X11ServerWatch.h"
 
 #include "Platform/Desktop/Application.h"
@@ -33,6 +35,12 @@ std::string resourcesFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "Resources";
 }
 
+std::optional<pellaro::Rect> selectRegion(const pellaro::Screen &screen, const std::optional<pellaro::Rect> &initialRect) {
+    using pellaro::OverlayBackdrop;
+    return pellaro::RectSelectorOverlay::select(screen, initialRect,
+                                                pellaro::isComposited() ? OverlayBackdrop::live : OverlayBackdrop::still);
+}
+
 int runApplication(QApplication &qtApplication) {
     using namespace pellaro;
     const std::string resources = resourcesFolder();
@@ -41,7 +49,8 @@ int runApplication(QApplication &qtApplication) {
     Platform &platform = desktop.platform();
 
     SettingsWindowController settingsWindow(platform);
-    auto delegate = AppDelegate::create(platform, {.showSettings = [&settingsWindow] { settingsWindow.show(); }, .selectRegion = nullptr});
+    auto delegate =
+        AppDelegate::create(platform, {.showSettings = [&settingsWindow] { settingsWindow.show(); }, .selectRegion = selectRegion});
     platform.application.setActivationPolicy(ActivationPolicy::accessory);
     platform.application.setDelegate(delegate);
     platform.application.run();
