@@ -9,7 +9,16 @@ namespace pellaro::test {
 
 namespace {
 
-ScreenImage wholeImage(const PixelBuffer &buffer) {
+void copyPart(const ScreenImage &from, ScreenImage &to, const PixelRect &rect) {
+    for (int y = rect.y; y < rect.bottom(); ++y) {
+        const auto offset = static_cast<std::ptrdiff_t>(y) * from.width + rect.x;
+        std::copy_n(from.pixels.begin() + offset, rect.width, to.pixels.begin() + offset);
+    }
+}
+
+} // namespace
+
+ScreenImage screenImage(const PixelBuffer &buffer) {
     ScreenImage image{buffer.width, buffer.height, {}};
     image.pixels.resize(static_cast<std::size_t>(buffer.width) * static_cast<std::size_t>(buffer.height));
     for (int y = 0; y < buffer.height; ++y) {
@@ -21,15 +30,6 @@ ScreenImage wholeImage(const PixelBuffer &buffer) {
         pixel &= 0xffffff;
     return image;
 }
-
-void copyPart(const ScreenImage &from, ScreenImage &to, const PixelRect &rect) {
-    for (int y = rect.y; y < rect.bottom(); ++y) {
-        const auto offset = static_cast<std::ptrdiff_t>(y) * from.width + rect.x;
-        std::copy_n(from.pixels.begin() + offset, rect.width, to.pixels.begin() + offset);
-    }
-}
-
-} // namespace
 
 MediaTime RealClock::now() const {
     timespec time{};
@@ -55,7 +55,7 @@ void FrameSink::check(const MediaSample &sample) {
     }
     const FrameRecord record{sample.presentationTime(), RealClock().now(),    buffer->series, buffer->sequence,
                              buffer->changed,           buffer->pixels.get(), buffer->width,  buffer->height};
-    m_picture = wholeImage(*buffer);
+    m_picture = screenImage(*buffer);
     const bool follows = !m_records.empty() && m_records.back().series == record.series;
     if (record.sequence != (follows ? m_records.back().sequence + 1 : 0))
         complain("sequence " + std::to_string(record.sequence) + " is out of order");

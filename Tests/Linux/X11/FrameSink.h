@@ -3,6 +3,7 @@
 #include "ScreenPainter.h"
 
 #include "Platform/Capture/CaptureStream.h"
+#include "Platform/Media/PixelBuffer.h"
 #include "Platform/System/HostClock.h"
 
 #include <cstddef>
@@ -66,6 +67,9 @@ private:
     ScreenImage m_followed; // changed only where announced
     std::string m_complaints;
 };
+
+/// A raw picture's pixels.
+[[nodiscard]] ScreenImage screenImage(const PixelBuffer &buffer);
 
 /// Whether a colour is in all of `rect`, to within `tolerance` steps of each component.
 [[nodiscard]] bool isFilled(const ScreenImage &image, const PixelRect &rect, std::uint32_t color, int tolerance = 0);

@@ -85,6 +85,15 @@ bool XorgServer::xrandr(std::vector<std::string> words) const {
     return process > 0 && waitpid(process, &status, 0) == process && status == 0;
 }
 
+bool XorgServer::makeMode(int width, int height) const {
+    std::vector<std::string> words{"--newmode", std::to_string(width) + "x" + std::to_string(height), "30"};
+    for (const int length : {width, height}) {
+        for (const int position : {0, 1, 2, 10}) // the picture, and what a screen with a tube would need of time around it
+            words.push_back(std::to_string(length + position));
+    }
+    return xrandr(words);
+}
+
 bool XorgServer::plug(const std::string &output) const {
     return xrandr({"--addmode", output, "800x600"}) && xrandr({"--output", output, "--mode", "800x600", "--pos", "1024x0"});
 }

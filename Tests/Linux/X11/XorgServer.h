@@ -23,6 +23,8 @@ public:
     [[nodiscard]] const std::string &displayName() const { return m_displayName; }
     /// Runs xrandr with these words, and returns when it has done it; false when it says that it has not.
     [[nodiscard]] bool xrandr(std::vector<std::string> words) const;
+    /// Makes a mode that monitors can have, named like "1000x300". The server knows some usual ones, such as "800x600", itself.
+    [[nodiscard]] bool makeMode(int width, int height) const;
     /// Plugs a monitor into an output, 800 x 600 pixels large at 1024, 0; or pulls it out.
     [[nodiscard]] bool plug(const std::string &output) const;
     [[nodiscard]] bool unplug(const std::string &output) const;
