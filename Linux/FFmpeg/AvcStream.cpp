@@ -13,14 +13,9 @@ constexpr std::byte one{1};
 std::size_t findStartCode(std::span<const std::byte> stream, std::size_t from) {
     std::size_t i = from + 2;
     while (i < stream.size()) {
-        if (stream[i] > one)
-            i += 3;
-        else if (stream[i] == zero)
-            ++i;
-        else if (stream[i - 1] == zero && stream[i - 2] == zero)
+        if (stream[i] == one && stream[i - 1] == zero && stream[i - 2] == zero)
             return i - 2;
-        else
-            i += 3;
+        i += stream[i] == zero ? 1 : 3; // a one or anything above it ends no other start code within the next two bytes
     }
     return stream.size();
 }

@@ -50,7 +50,7 @@ std::string linkTarget(std::string path) {
         if (length < 0)
             return path;
         const std::string name(target.data(), static_cast<std::size_t>(length));
-        path = name.starts_with('/') ? name : posix::parentFolder(path) + "/" + name;
+        path = name.starts_with('/') ? name : posix::parentFolder(path).append("/").append(name);
     }
     throw posixError(ELOOP);
 }
@@ -204,7 +204,7 @@ std::string DefaultsFile::renameAside(const Found &found) const {
     const std::string source = isFile ? linkTarget(m_path) : m_path;
     const std::string name = source + ".unreadable-" + timestamp(m_clock.now());
     for (int number = 1;; ++number) {
-        const std::string target = number == 1 ? name : name + "-" + std::to_string(number);
+        std::string target = number == 1 ? name : name + "-" + std::to_string(number);
         try {
             posix::renameWithoutReplacing(source, target);
             posix::syncFolder(posix::parentFolder(target));

@@ -24,7 +24,7 @@ namespace pellaro {
 class PlistUserDefaults final : public UserDefaults {
 public:
     /// Bytes. A larger file is not read and none is written.
-    static constexpr std::size_t maxFileSize = 1024 * 1024;
+    static constexpr std::size_t maxFileSize = std::size_t(1024) * 1024;
 
     /// Nothing is written before the first `set`; the file and its folder need not exist.
     /// @param log, clock must outlive this object.

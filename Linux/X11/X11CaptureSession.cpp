@@ -26,9 +26,9 @@ std::unique_ptr<X11CaptureSource> makeSource(const X11Connection &connection, co
 
 } // namespace
 
-X11CaptureSession::X11CaptureSession(const std::string &displayName, const ContentFilter &filter, StreamConfiguration configuration,
+X11CaptureSession::X11CaptureSession(const std::string &displayName, const ContentFilter &filter, const StreamConfiguration &configuration,
                                      double scaleFactor, const HostClock &clock)
-    : m_connection(displayName), m_configuration(std::move(configuration)), m_clock(clock),
+    : m_connection(displayName), m_configuration(configuration), m_clock(clock),
       m_source(makeSource(m_connection, filter, m_configuration.sourceRect, scaleFactor)), m_pointer(m_connection),
       m_composer(m_connection, m_configuration) {
     adapt();

@@ -35,8 +35,8 @@ public:
 
     /// Throws `PlatformError` when the X server cannot be reached, or what the filter asks for cannot be recorded.
     /// @param scaleFactor pixels per point, > 0.
-    X11CaptureSession(const std::string &displayName, const ContentFilter &filter, StreamConfiguration configuration, double scaleFactor,
-                      const HostClock &clock);
+    X11CaptureSession(const std::string &displayName, const ContentFilter &filter, const StreamConfiguration &configuration,
+                      double scaleFactor, const HostClock &clock);
 
     /// Hands frames to `deliver` until `stop` is signalled, the content has gone or the connection is lost.
     [[nodiscard]] End run(const WakeEvent &stop, const Deliver &deliver);

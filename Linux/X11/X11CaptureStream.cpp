@@ -71,8 +71,8 @@ struct X11CaptureStream::Outlets {
 };
 
 X11CaptureStream::X11CaptureStream(std::shared_ptr<const X11CaptureEnvironment> environment, ContentFilter filter,
-                                   StreamConfiguration configuration)
-    : m_environment(std::move(environment)), m_filter(std::move(filter)), m_configuration(std::move(configuration)),
+                                   const StreamConfiguration &configuration)
+    : m_environment(std::move(environment)), m_filter(std::move(filter)), m_configuration(configuration),
       m_outlets(std::make_shared<Outlets>()) {}
 
 X11CaptureStream::~X11CaptureStream() {

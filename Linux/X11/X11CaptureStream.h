@@ -27,7 +27,8 @@ struct X11CaptureEnvironment {
 /// of a window that is closed ends as if it had been stopped.
 class X11CaptureStream final : public CaptureStream {
 public:
-    X11CaptureStream(std::shared_ptr<const X11CaptureEnvironment> environment, ContentFilter filter, StreamConfiguration configuration);
+    X11CaptureStream(std::shared_ptr<const X11CaptureEnvironment> environment, ContentFilter filter,
+                     const StreamConfiguration &configuration);
     ~X11CaptureStream() override;
 
     void addStreamOutput(const std::shared_ptr<CaptureStreamOutput> &output, StreamOutputType type, const DispatchQueueRef &queue) override;

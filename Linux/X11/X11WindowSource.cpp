@@ -39,6 +39,7 @@ xcb_atom_t shadowProperty(const X11Connection &connection) {
 
 void setRegion(const X11Connection &connection, const X11Region &region, const std::vector<PixelRect> &parts) {
     std::vector<xcb_rectangle_t> rects;
+    rects.reserve(parts.size());
     for (const PixelRect &part : parts) {
         rects.push_back({static_cast<std::int16_t>(part.x), static_cast<std::int16_t>(part.y), static_cast<std::uint16_t>(part.width),
                          static_cast<std::uint16_t>(part.height)});

@@ -95,7 +95,8 @@ double MediaTime::seconds() const {
     // A quotient of more bits than a double has, so that there is one rounding here too. From 2^22 seconds on, a time that is not
     // half way between two doubles is further from there than the 2^-62 that are cut off.
     constexpr int shift = 62;
-    return std::ldexp(static_cast<double>(Wide(value) * (Wide(1) << shift) / timescale), -shift);
+    const Wide quotient = Wide(value) * (Wide(1) << shift) / timescale;
+    return std::ldexp(static_cast<double>(quotient), -shift);
 }
 
 int compare(const MediaTime &left, const MediaTime &right) {
