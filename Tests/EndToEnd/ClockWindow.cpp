@@ -1,7 +1,9 @@
 // Shows the host clock in a form that a test can read back from any picture of the screen: a grid of black and white cells, one
 // bit each, that hold the milliseconds of CLOCK_MONOTONIC (the lower 32 bits) and a checksum, above a row of known colours.
 //
-// usage: ClockWindow [milliseconds between two drawings]. Runs until it is ended; ends by itself with the X server.
+// usage: ClockWindow [milliseconds between two drawings [title]]. Runs until it is ended; ends by itself with the X server. 0
+// milliseconds: it goes on showing the moment at which it was started. With a title it is an ordinary window, which the window manager
+// places; without one it stands in the corner, and nobody touches it.
 
 #include <xcb/xcb.h>
 
@@ -10,6 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <memory>
 #include <thread>
@@ -41,16 +44,28 @@ std::uint64_t code(std::uint32_t milliseconds) {
 
 class ClockWindow {
 public:
-    ClockWindow(xcb_connection_t *connection, const xcb_screen_t &screen)
+    /// @param title null for a window that the window manager leaves alone.
+    ClockWindow(xcb_connection_t *connection, const xcb_screen_t &screen, const char *title)
         : m_connection(connection), m_window(xcb_generate_id(connection)), m_pixmap(xcb_generate_id(connection)),
           m_graphics(xcb_generate_id(connection)) {
-        const std::uint32_t unmanaged = 1;
+        const std::uint32_t unmanaged = title ? 0 : 1;
         xcb_create_window(connection, XCB_COPY_FROM_PARENT, m_window, screen.root, left, top, width, height, 0,
                           XCB_WINDOW_CLASS_INPUT_OUTPUT, screen.root_visual, XCB_CW_OVERRIDE_REDIRECT, &unmanaged);
+        if (title) {
+            xcb_change_property(connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
+                                static_cast<std::uint32_t>(std::strlen(title)), title);
+        }
         xcb_create_pixmap(connection, screen.root_depth, m_pixmap, m_window, width, height);
         xcb_create_gc(connection, m_graphics, m_pixmap, 0, nullptr);
-        xcb_map_window(connection, m_window);
     }
+
+    void show() {
+        xcb_map_window(m_connection, m_window);
+        xcb_flush(m_connection);
+    }
+
+    /// From now on the server itself shows what was last drawn, wherever the window comes to light.
+    void keep() { xcb_change_window_attributes(m_connection, m_window, XCB_CW_BACK_PIXMAP, &m_pixmap); }
 
     /// Everything is drawn aside and copied at once, so that no picture of the screen shows half of it.
     void draw(std::uint32_t milliseconds) {
@@ -88,9 +103,18 @@ int main(int argc, char **argv) {
         std::fputs("ClockWindow: no display\n", stderr);
         return 1;
     }
-    ClockWindow window(connection.get(), *xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data);
+    ClockWindow window(connection.get(), *xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data, argc > 2 ? argv[2] : nullptr);
+    if (interval == std::chrono::milliseconds::zero()) {
+        window.draw(hostMilliseconds());
+        window.keep();
+    }
+    window.show();
     auto next = std::chrono::steady_clock::now();
     while (xcb_connection_has_error(connection.get()) == 0) {
+        if (interval == std::chrono::milliseconds::zero()) {
+            std::free(xcb_wait_for_event(connection.get()));
+            continue;
+        }
         window.draw(hostMilliseconds());
         next += interval;
         std::this_thread::sleep_until(next);

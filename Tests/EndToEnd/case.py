@@ -49,19 +49,23 @@ class Case(unittest.TestCase):
         """Puts the window on the screen that shows the host clock."""
         self.desktop.start(os.environ["PELLARO_CLOCK_WINDOW"])
 
+    def open_clock(self, title, stopped=False):
+        """Opens an ordinary window that shows the host clock, or just the moment at which it was opened; returns its process."""
+        return self.desktop.start(os.environ["PELLARO_CLOCK_WINDOW"], 0 if stopped else 5, title)
+
     @staticmethod
     def let_time_pass(seconds):
         """Lets the recording grow; nothing is waited for but the clock itself."""
         end = time.monotonic() + seconds
         wait_for("the time to pass", lambda: time.monotonic() >= end, seconds + 1)
 
-    def saved_clip(self, program):
-        """Answers the alert that a clip was saved, and returns the newest."""
+    def saved_clip(self, program, **where):
+        """Answers the alert that a clip was saved, and returns the newest; for `where` see Clip."""
         alert = program.alert(self.texts.saved)
         path = program.clips()[-1]
         self.assertIn(str(path), alert.text)
         alert.press("OK")
-        return Clip(path)
+        return Clip(path, **where)
 
     def assert_sound(self, clip):
         """The clip decodes without a complaint, begins with a key frame at zero, and its times rise."""

@@ -1,11 +1,14 @@
 // Shows one of the program's windows until it is closed or the program is ended:
-//     qt_gallery <light|dark> <alert|alert-long|alert-critical|alert-info|settings|tray>
-// with the texts of the language of LANG. "tray" puts the three states side by side; a click opens the menu.
+//     qt_gallery <light|dark> <alert|alert-long|alert-critical|alert-info|settings|tray|chooser>
+// with the texts of the language of LANG. "tray" puts the three states side by side; a click opens the menu. "chooser" offers
+// the windows that are on the screen.
 #include "Linux/Qt/QtAlertPresenter.h"
 #include "Linux/Qt/QtApplication.h"
+#include "Linux/Qt/QtContentPicker.h"
 #include "Linux/Qt/QtMainThread.h"
 #include "Linux/Qt/QtStatusItem.h"
 #include "Linux/Qt/QtSymbols.h"
+#include "Linux/X11/X11WindowGallery.h"
 #include "Sources/L10n.h"
 #include "Sources/Logger.h"
 #include "Sources/SettingsWindowController.h"
@@ -97,6 +100,8 @@ int run(QApplication &qt, const std::string &window) {
     const QtSymbols symbols(PELLARO_SYMBOLS);
     QtStatusBar statusBar(application, symbols);
     SettingsWindowController settings(fakes.platform);
+    QtContentPicker picker(
+        mainThread, [&qt] { return std::make_unique<X11WindowGallery>(std::string(), qt.devicePixelRatio()); }, L);
     std::vector<std::unique_ptr<StatusItem>> items;
     const auto gallery = std::make_shared<Gallery>();
     gallery->show = [&] {
@@ -105,6 +110,9 @@ int run(QApplication &qt, const std::string &window) {
             nlog("saveNow: flush encoder …");
             nlog("saveNow: 1784 video + 1410 audio chunks für 30.0s");
             settings.show();
+        } else if (window == "chooser") {
+            picker.setActive(true);
+            picker.present();
         } else if (window == "tray") {
             for (const char *state : {"p.circle", "p.circle.fill", "arrow.down.circle"}) {
                 items.push_back(statusBar.createStatusItem());

@@ -18,8 +18,9 @@ def _run(*arguments):
 
 
 class Clip:
-    def __init__(self, path):
-        self.path = Path(path)
+    def __init__(self, path, clock_at=(CLOCK_LEFT, CLOCK_TOP)):
+        """`clock_at`: where in the pictures the clock window is."""
+        self.path, self._clock_at = Path(path), clock_at
 
     def problems(self):
         """What the decoder complains about while it decodes every picture; empty for a sound clip."""
@@ -54,15 +55,23 @@ class Clip:
         """What the clock window showed in each picture, in seconds of the host clock. A picture that shows parts of two moments
         raises."""
         width, height = COLUMNS * CELL, ROWS * CELL
-        data = self._raw(f"crop={width}:{height}:{CLOCK_LEFT}:{CLOCK_TOP}", "gray")
+        left, top = self._clock_at
+        data = self._raw(f"crop={width}:{height}:{left}:{top}", "gray")
         return [_number(data[at:at + width * height], width, at // (width * height)) for at in range(0, len(data), width * height)]
 
     def colours(self):
         """The red, green and blue of each colour field in the last picture."""
         width = len(COLOURS) * CELL
-        data = self._raw(f"crop={width}:{CELL}:{CLOCK_LEFT}:{CLOCK_TOP + ROWS * CELL}:exact=1", "rgb24")
+        left, top = self._clock_at
+        data = self._raw(f"crop={width}:{CELL}:{left}:{top + ROWS * CELL}:exact=1", "rgb24")
         line = data[-width * CELL * 3:][width * (CELL // 2) * 3:]
         return [tuple(line[(CELL * field + CELL // 2) * 3:][:3]) for field in range(len(COLOURS))]
+
+    def brightest_beside_the_clock(self):
+        """The brightest pixel outside the clock window in any picture, 0 to 255."""
+        left, top = self._clock_at
+        clock = f"drawbox={left}:{top}:{COLUMNS * CELL}:{(ROWS + 1) * CELL}:black:fill"
+        return max(self._raw(clock, "gray"))
 
     def _raw(self, picture_filter, pixel_format):
         code, output, errors = _run("ffmpeg", "-v", "error", "-i", self.path, "-vf", picture_filter, "-fps_mode", "passthrough", "-f", "rawvideo",

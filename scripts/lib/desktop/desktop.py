@@ -182,6 +182,20 @@ class Desktop:
     def keys(self, *names):
         self.run("xdotool", "key", *names)
 
+    def type(self, text):
+        self.run("xdotool", "type", text)
+
+    def has_keyboard(self, title):
+        """Whether the window with this title, which the program's name may follow, has the keyboard."""
+        try:
+            return self.run("xdotool", "getwindowfocus", "getwindowname").decode().startswith(title)
+        except Failed:
+            return False  # nobody has it
+
+    def window(self, title):
+        """Waits for the window with this title to be on the screen."""
+        return wait_for(f"the window {title!r}", lambda: next((window for window in self.tree() if window.name == title), None))
+
     def pixels(self, window):
         """What the screen shows where the window is: red, green and blue bytes, line by line."""
         return self.run("import", "-silent", "-window", "root", "-crop", f"{window.width}x{window.height}+{window.x}+{window.y}",

@@ -25,12 +25,16 @@ class Texts:
     not_recording: str
     folder_unavailable: str
     export_error: str
+    choose_window: str
+    record_window: str
+    cancel: str
 
 
 ENGLISH = Texts("Start Recording", "Stop Recording", "Quit Pellaro", "Save last 1 Minute", "Settings …", "Pellaro is running", "Saved!",
-                "Recording is not running", "Storage folder unavailable", "Error saving clip")
+                "Recording is not running", "Storage folder unavailable", "Error saving clip", "Choose a Window", "Record Window", "Cancel")
 GERMAN = Texts("Aufnahme starten", "Aufnahme stoppen", "Pellaro beenden", "Letzte 1 Minute speichern", "Einstellungen …", "Pellaro läuft",
-               "Gespeichert!", "Aufnahme läuft nicht", "Speicherordner nicht erreichbar", "Fehler beim Speichern")
+               "Gespeichert!", "Aufnahme läuft nicht", "Speicherordner nicht erreichbar", "Fehler beim Speichern", "Fenster auswählen",
+               "Fenster aufnehmen", "Abbrechen")
 
 
 class Alert:
@@ -198,6 +202,25 @@ class Pellaro:
             return next((alert for alert in self.alerts() if alert.text.split("\n")[0] == title), None)
 
         return wait_for(f"the alert {title!r}", look, seconds)
+
+    # The chooser of windows
+
+    def chooser(self):
+        """Waits for the chooser, with the keyboard and where the window manager puts it, and returns it as it is at this moment."""
+
+        wait_for("the chooser of windows to have the keyboard", lambda: self.desktop.has_keyboard(self.texts.choose_window))
+
+        def placed():
+            chooser = self._open_chooser()
+            return chooser if chooser and self.desktop.shows_window_at(chooser.x, chooser.y) else None
+
+        return wait_for("the chooser of windows", placed)
+
+    def _open_chooser(self):
+        return next((window for window in self.desktop.accessibility.windows() if window.name == self.texts.choose_window), None)
+
+    def wait_until_chooser_is_closed(self):
+        wait_for("the chooser to close", lambda: not self._open_chooser())
 
     # The end
 
