@@ -13,16 +13,16 @@ namespace {
 
 struct Atoms {
     explicit Atoms(const X11Connection &connection)
-        : all(internAtoms<15>(connection,
+        : all(internAtoms<16>(connection,
                               {"_NET_SUPPORTING_WM_CHECK", "_NET_CLIENT_LIST_STACKING", "_NET_CLIENT_LIST", "_NET_CURRENT_DESKTOP",
                                "_NET_WM_NAME", "_NET_WM_DESKTOP", "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN", "_NET_WM_WINDOW_TYPE",
                                "_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_PID", "_GTK_FRAME_EXTENTS",
-                               "UTF8_STRING", "COMPOUND_TEXT"})) {}
+                               "UTF8_STRING", "COMPOUND_TEXT", "_NET_WM_VISIBLE_NAME"})) {}
 
-    const std::array<xcb_atom_t, 15> all;
+    const std::array<xcb_atom_t, 16> all;
     const xcb_atom_t supportingCheck = all[0], stackingList = all[1], clientList = all[2], currentDesktop = all[3], name = all[4],
                      desktop = all[5], state = all[6], stateHidden = all[7], type = all[8], typeDesktop = all[9], typeDock = all[10],
-                     processID = all[11], shadow = all[12], utf8 = all[13], compoundText = all[14];
+                     processID = all[11], shadow = all[12], utf8 = all[13], compoundText = all[14], visibleName = all[15];
 };
 
 std::vector<std::uint32_t> words(const X11Connection &connection, xcb_window_t window, xcb_atom_t property) {
@@ -47,7 +47,7 @@ std::string titleOf(const X11Reply<xcb_get_property_reply_t> &property, const At
     const std::string bytes = bytesOf(property);
     if (!property || property->type == atoms.utf8)
         return validUtf8(bytes);
-    // Compound text is ISO 8859-1 until its first escape sequence; the scripts that need more have had _NET_WM_NAME for decades.
+    // Compound text is ISO 8859-1 until its first escape sequence.
     if (property->type == XCB_ATOM_STRING || (property->type == atoms.compoundText && bytes.find('\x1b') == std::string::npos))
         return utf8FromLatin1(bytes);
     return {};
@@ -61,7 +61,7 @@ public:
           m_geometry(xcb_get_geometry(connection.raw(), window)),
           m_place(xcb_translate_coordinates(connection.raw(), window, connection.root(), 0, 0)), m_name(ask(atoms.name)),
           m_oldName(ask(XCB_ATOM_WM_NAME)), m_desktop(ask(atoms.desktop)), m_state(ask(atoms.state)), m_type(ask(atoms.type)),
-          m_processID(ask(atoms.processID)), m_shadow(ask(atoms.shadow)) {}
+          m_processID(ask(atoms.processID)), m_shadow(ask(atoms.shadow)), m_visibleName(ask(atoms.visibleName)) {}
 
     /// Nothing when the window is not to be listed, or has just gone.
     [[nodiscard]] std::optional<ShareableWindow> result(std::optional<std::uint32_t> currentDesktop, double scaleFactor) const {
@@ -75,6 +75,7 @@ public:
         const auto type = m_connection.await(xcb_get_property_reply, m_type);
         const auto processID = m_connection.await(xcb_get_property_reply, m_processID);
         const auto shadow = m_connection.await(xcb_get_property_reply, m_shadow);
+        const auto visibleName = m_connection.await(xcb_get_property_reply, m_visibleName);
         if (!attributes || !geometry || !place)
             return std::nullopt;
         const auto types = wordsOf(type);
@@ -87,6 +88,9 @@ public:
         std::string title = titleOf(name, m_atoms);
         if (title.empty())
             title = titleOf(oldName, m_atoms);
+        // The window manager reads every kind of compound text, but has a name of its own for windows without a title.
+        if (title.empty() && !bytesOf(oldName).empty())
+            title = titleOf(visibleName, m_atoms);
         if (!title.empty())
             window.title = std::move(title);
         constexpr std::uint32_t everyDesktop = 0xffffffff;
@@ -108,7 +112,7 @@ private:
     const xcb_get_window_attributes_cookie_t m_attributes;
     const xcb_get_geometry_cookie_t m_geometry;
     const xcb_translate_coordinates_cookie_t m_place;
-    const xcb_get_property_cookie_t m_name, m_oldName, m_desktop, m_state, m_type, m_processID, m_shadow;
+    const xcb_get_property_cookie_t m_name, m_oldName, m_desktop, m_state, m_type, m_processID, m_shadow, m_visibleName;
 };
 
 } // namespace

@@ -27,6 +27,8 @@ QPalette darkPalette() {
     palette.setColor(QPalette::ToolTipBase, QColor("#3a3a3e"));
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText, QPalette::BrightText})
         palette.setColor(role, QColor("#ececec"));
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, QColor("#7c7c80"));
     palette.setColor(QPalette::Highlight, QColor("#3d7edb"));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     return palette;

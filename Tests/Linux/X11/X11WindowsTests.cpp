@@ -67,7 +67,9 @@ TEST_F(X11Windows, HaveTheTitleThatTheirProgramGaveThem) {
     window->setTitle("WM_NAME", "STRING", "caf\xe9");
     window->setTitle("_NET_WM_NAME", "UTF8_STRING", "");
     EXPECT_EQ(listed(*window)->title, "café");
-    window->setTitle("WM_NAME", "COMPOUND_TEXT", "\x1b$(A1");
+    window->setTitle("WM_NAME", "COMPOUND_TEXT", "\x1b%G日本\x1b%@");
+    EXPECT_TRUE(waitFor([&] { return listed(*window)->title == "日本"; })) << "as the window manager reads it";
+    window->setTitle("WM_NAME", "STRING", "");
     EXPECT_EQ(listed(*window)->title, std::nullopt);
     TestWindow::Options untitled;
     untitled.title.reset();
