@@ -15,8 +15,8 @@ constexpr auto secondLook = 200ms;
 constexpr auto beat = 1000ms;
 
 QImage imageOf(const GalleryPicture &picture) {
-    const QImage borrowed(reinterpret_cast<const uchar *>(picture.pixels.data()), picture.width, picture.height, picture.width * 4,
-                          QImage::Format_ARGB32);
+    const QImage borrowed(reinterpret_cast<const uchar *>(picture.pixels.data()), picture.width, picture.height,
+                          qsizetype(picture.width) * 4, QImage::Format_ARGB32);
     return borrowed.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 

@@ -81,9 +81,11 @@ std::vector<xcb_window_t> pathToWindow(const X11Connection &connection, xcb_wind
 
 std::vector<PixelRect> hiddenParts(const X11Connection &connection, const std::vector<xcb_window_t> &path) {
     std::vector<xcb_get_geometry_cookie_t> cookies;
+    cookies.reserve(path.size());
     for (const xcb_window_t each : path)
         cookies.push_back(xcb_get_geometry(connection.raw(), each));
     std::vector<X11Reply<xcb_get_geometry_reply_t>> geometries;
+    geometries.reserve(cookies.size());
     for (const xcb_get_geometry_cookie_t &cookie : cookies)
         geometries.push_back(connection.await(xcb_get_geometry_reply, cookie));
     if (std::any_of(geometries.begin(), geometries.end(), [](const auto &geometry) { return !geometry; }))
