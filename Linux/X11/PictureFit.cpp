@@ -23,9 +23,25 @@ void blacken(const PixelView &view, const PixelRect &rect) {
         std::memset(view.at(rect.x, y), 0, static_cast<std::size_t>(rect.width) * 4);
 }
 
+namespace {
+
+/// Whether with one factor for both sides each comes out less than a pixel off the frame's.
+bool hasShapeOfFrame(int contentWidth, int contentHeight, int frameWidth, int frameHeight) {
+    const double smallest = std::max((frameWidth - 1.0) / contentWidth, (frameHeight - 1.0) / contentHeight);
+    const double largest = std::min((frameWidth + 1.0) / contentWidth, (frameHeight + 1.0) / contentHeight);
+    return smallest < largest;
+}
+
+} // namespace
+
 PixelRect fitPicture(int contentWidth, int contentHeight, int frameWidth, int frameHeight, bool enlarge) {
     if (contentWidth <= 0 || contentHeight <= 0)
         return {};
+    // Frames are whole points: at a fractional scale factor a part of the screen is seldom exactly of its frame's shape, and a black
+    // line at an edge would be nothing that was on the screen.
+    if ((enlarge || (contentWidth >= frameWidth && contentHeight >= frameHeight)) &&
+        hasShapeOfFrame(contentWidth, contentHeight, frameWidth, frameHeight))
+        return {0, 0, frameWidth, frameHeight};
     double factor = std::min(double(frameWidth) / contentWidth, double(frameHeight) / contentHeight);
     if (factor > 1 && !enlarge)
         factor = 1;

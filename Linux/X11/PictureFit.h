@@ -26,7 +26,7 @@ void copyPixels(const PixelView &from, const PixelView &to, const PixelRect &rec
 void blacken(const PixelView &view, const PixelRect &rect);
 
 /// Where content of one size lies in a frame of another: as large as it fits with its shape kept, centred; content smaller than the
-/// frame keeps its size unless `enlarge`.
+/// frame keeps its size unless `enlarge`. Where its shape is the frame's but for less than a pixel, it fills the frame.
 [[nodiscard]] PixelRect fitPicture(int contentWidth, int contentHeight, int frameWidth, int frameHeight, bool enlarge);
 
 /// The part of the frame that a change of `rect` of the content can reach, filter's reach included.

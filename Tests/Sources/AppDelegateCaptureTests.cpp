@@ -257,6 +257,18 @@ TEST_F(RegionMode, StaysIdleWithoutAScreen) {
     EXPECT_EQ(delegate->currentState(), AppState::inactive);
 }
 
+TEST_F(RegionMode, HasEndedTheOldRecordingBeforeItAsks) {
+    AppSettings::shared().setCaptureMode(CaptureMode::entireScreen);
+    record();
+    // The old recording is slow to end; whoever does not wait for it asks meanwhile.
+    fakes.captureStreams.last()->queue(StreamOutputType::screen)->async([this] {
+        EXPECT_FALSE(waitFor([&] { return fakes.trace.contains("region First"); }, std::chrono::milliseconds(200)));
+    });
+    AppSettings::shared().setCaptureMode(CaptureMode::customRect);
+    ASSERT_TRUE(pumpUntilIdle());
+    EXPECT_EQ(fakes.trace.only({"region", "stream.stop"}), (std::vector<std::string>{"stream.stop", "region First"}));
+}
+
 TEST_F(RegionMode, UsesAStoredRegionWithoutAsking) {
     AppSettings::shared().setCaptureRect({1, 2, 640, 480});
     record();

@@ -26,6 +26,16 @@ TEST(PictureFit, KeepsTheShapeAndCentres) {
     EXPECT_EQ(fitPicture(0, 0, 1920, 1080, true), (PixelRect{}));
 }
 
+TEST(PictureFit, FillsTheFrameWhenItsShapeIsLessThanAPixelOff) {
+    // Parts of a display with 1.25 or 1.5 pixels per point, in frames of whole points.
+    EXPECT_EQ(fitPicture(643, 301, 514, 240, true), (PixelRect{0, 0, 514, 240}));
+    EXPECT_EQ(fitPicture(31, 1500, 20, 1000, true), (PixelRect{0, 0, 20, 1000}));
+    EXPECT_EQ(fitPicture(1366, 768, 1093, 614, false), (PixelRect{0, 0, 1093, 614}));
+    // A pixel and more is a bar, and nothing is enlarged that may not be.
+    EXPECT_EQ(fitPicture(800, 600, 514, 380, true), (PixelRect{3, 0, 507, 380}));
+    EXPECT_EQ(fitPicture(1280, 720, 1281, 720, false), (PixelRect{0, 0, 1280, 720}));
+}
+
 TEST(PictureFit, EnlargesOnlyWhenAskedTo) {
     EXPECT_EQ(fitPicture(400, 300, 800, 600, false), (PixelRect{200, 150, 400, 300}));
     EXPECT_EQ(fitPicture(400, 300, 800, 600, true), (PixelRect{0, 0, 800, 600}));

@@ -108,5 +108,27 @@ TEST_F(X11CaptureLayout, ADisplayThatIsNotThereAtTheStartIsBlackUntilItComes) {
     EXPECT_TRUE(showsColor({0, 0, 400, 600}, 0x5588bb));
 }
 
+TEST_F(X11CaptureLayout, APartIsCutToWhatIsLeftOfItsDisplay) {
+    painter->fill({0, 0, 800, 600}, 0x5588bb);
+    StreamConfiguration part = configuration(200, 150);
+    part.sourceRect = Rect{400, 300, 200, 150};
+    part.scalesToFit = true;
+    const auto stream = startStream(part);
+    ASSERT_TRUE(showsColor({0, 0, 200, 150}, 0x5588bb));
+    // A quarter is left: enlarged to fit.
+    ASSERT_TRUE(painter->resizeRoot(500, 375));
+    painter->fill({400, 300, 100, 75}, 0xff8000);
+    ASSERT_TRUE(waitFor([&] { return isFilled(sink->picture(), {0, 0, 200, 150}, 0xff8000, 2); }));
+    // Nothing is left: black. What is elsewhere on the display was not asked for.
+    ASSERT_TRUE(painter->resizeRoot(300, 200));
+    painter->fill({0, 0, 300, 200}, 0xffffff);
+    ASSERT_TRUE(showsColor({0, 0, 200, 150}, 0));
+    ASSERT_TRUE(painter->resizeRoot(800, 600));
+    painter->fill({0, 0, 800, 600}, 0x00ff80);
+    ASSERT_TRUE(showsColor({0, 0, 200, 150}, 0x00ff80));
+    EXPECT_EQ(sink->complaints(), "");
+    EXPECT_EQ(lostConnections, 0);
+}
+
 } // namespace
 } // namespace pellaro::test
