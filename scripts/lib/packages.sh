@@ -23,7 +23,7 @@ packages_test=(
     xvfb openbox picom trayer xdotool x11-utils
     xserver-xorg-core xserver-xorg-video-dummy x11-xserver-utils
     dbus-daemon at-spi2-core fonts-dejavu-core locales
-    pulseaudio pipewire pipewire-pulse wireplumber
+    pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber
     ffmpeg imagemagick
     util-linux
 )

@@ -56,7 +56,7 @@ class Clip:
         raises."""
         width, height = COLUMNS * CELL, ROWS * CELL
         left, top = self._clock_at
-        data = self._raw(f"crop={width}:{height}:{left}:{top}", "gray")
+        data = self._raw(f"crop={width}:{height}:{left}:{top}:exact=1", "gray")
         return [_number(data[at:at + width * height], width, at // (width * height)) for at in range(0, len(data), width * height)]
 
     def colours(self):
@@ -72,6 +72,17 @@ class Clip:
         left, top = self._clock_at
         clock = f"drawbox={left}:{top}:{COLUMNS * CELL}:{(ROWS + 1) * CELL}:black:fill"
         return max(self._raw(clock, "gray"))
+
+    def pictures(self):
+        """Every picture's levels of grey, line by line."""
+        width, height = self.size()
+        data = self._raw("scale=in_color_matrix=bt709:in_range=tv:out_range=pc", "gray")
+        return [data[at:at + width * height] for at in range(0, len(data), width * height)]
+
+    def size(self):
+        """Width and height of the pictures."""
+        stream = next(stream for stream in self.probe()["streams"] if stream["codec_type"] == "video")
+        return stream["width"], stream["height"]
 
     def _raw(self, picture_filter, pixel_format):
         code, output, errors = _run("ffmpeg", "-v", "error", "-i", self.path, "-vf", picture_filter, "-fps_mode", "passthrough", "-f", "rawvideo",

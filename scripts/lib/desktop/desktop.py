@@ -142,9 +142,17 @@ class Desktop:
         """The windows of a program that are large enough to be seen."""
         return [window for window in self.tree() if window.window_class == window_class and window.width > 1 and window.height > 1]
 
-    def shows_window_at(self, x, y):
-        """Whether a window of a size to be seen has its top-left corner there."""
-        return any((window.x, window.y) == (x, y) and window.width > 1 for window in self.tree())
+    def shows_window_at(self, point, tolerance=0):
+        """Whether a window of a size to be seen has its top-left corner there, or at most `tolerance` pixels off."""
+        return any(window.width > 1 and abs(window.x - point[0]) <= tolerance and abs(window.y - point[1]) <= tolerance
+                   for window in self.tree())
+
+    def is_shown(self, window):
+        """Whether the window is on the screen and not only made."""
+        try:
+            return b"Map State: IsViewable" in self.run("xwininfo", "-id", window.id)
+        except Failed:
+            return False  # it has gone
 
     def tray_icons(self):
         """What programs have put into the status area, from left to right."""
@@ -175,6 +183,15 @@ class Desktop:
         if key:
             self.run("xdotool", "keyup", key)
         return before, after
+
+    def drag(self, begin, end):
+        """Drags from one point to another with the left button, then takes the pointer out of the way, to the lower left corner of the
+        screen. Returns the host clock in seconds just before the release."""
+        self.run("xdotool", "mousemove", *begin, "mousedown", 1)
+        self.run("xdotool", "mousemove", (begin[0] + end[0]) // 2, (begin[1] + end[1]) // 2, "mousemove", *end)
+        before = time.monotonic()
+        self.run("xdotool", "mouseup", 1, "mousemove", 2, self.height - 2)
+        return before
 
     def move_pointer(self, x, y):
         self.run("xdotool", "mousemove", x, y)

@@ -57,13 +57,13 @@ class Alert:
         if button not in self.buttons:
             raise Failed(f"the alert has no button {button!r}, only {self.buttons}")
         placed = wait_for("the alert to stand where the window manager puts it", self._placed)
-        self._program.desktop.click(placed.named("push button", button).centre)
+        self._program.desktop.click(self._program.pixel(placed.named("push button", button).centre))
         wait_for(f"the alert to close after {button!r}", lambda: not self._program.is_open(self))
 
     def _placed(self):
         """The alert as it is now, if the X server has it where the program believes it to be."""
         now = next((element for element in self._program.alert_elements() if self.same_as(element)), None)
-        return now if now and self._program.desktop.shows_window_at(now.x, now.y) else None
+        return now if now and self._program.stands_where_it_says(now) else None
 
     def same_as(self, element: Element):
         return self.text == "\n".join(element.texts())
@@ -83,6 +83,7 @@ class Pellaro:
             self.write_defaults(savePath=str(folder))
         self._arguments = [*wrapper, str(Path(bundle) / "Contents/Linux/Pellaro")]
         self._environment = environment
+        self._scale = float(environment.get("QT_SCALE_FACTOR", 1))
         self._idle_icon = None
         self.process = None  # until it is launched
 
@@ -126,6 +127,14 @@ class Pellaro:
     def clips(self):
         """The finished clips, oldest first."""
         return sorted(self.clips_folder.glob("Pellaro_*.mp4"))
+
+    # Where things are: the program speaks in points
+
+    def pixel(self, point):
+        return tuple(round(number * self._scale) for number in point)
+
+    def stands_where_it_says(self, element):
+        return self.desktop.shows_window_at(self.pixel((element.x, element.y)), tolerance=0 if self._scale == 1 else 2)
 
     # The icon
 
@@ -176,8 +185,24 @@ class Pellaro:
         item = menu.named("menu item", title)
         if not item:
             raise Failed(f"the menu has no item {title!r}, only {menu.names('menu item')}")
-        wait_for("the menu to stand where it says", lambda: self.desktop.shows_window_at(menu.x, menu.y))
-        self.desktop.click(item.centre)
+        wait_for("the menu to stand where it says", lambda: self.stands_where_it_says(menu))
+        self.desktop.click(self.pixel(item.centre))
+
+    # The selection of a region
+
+    def overlays(self, size=None):
+        """The windows on the screen that cover all of it, or a monitor of `size`, for a region to be drawn on."""
+        size = size or (self.desktop.width, self.desktop.height)
+        return [window for window in self.desktop.windows("pellaro")
+                if (window.width, window.height) == size and self.desktop.is_shown(window)]
+
+    def start_with_region(self, begin, end):
+        """Starts a recording and draws the region it asks for. Returns the host clock in seconds just before the region was accepted."""
+        self.choose(self.texts.start)
+        wait_for("the overlay", self.overlays)
+        accepted = self.desktop.drag(begin, end)
+        self.wait_until_recording()
+        return accepted
 
     def start_recording(self):
         self.choose(self.texts.start)
