@@ -1,4 +1,4 @@
-"""Runs the end-to-end case of a name; --list prints the names of all of them."""
+"""Runs the end-to-end case of a name; --list prints the names of all of them, each followed by its labels."""
 
 import sys
 import unittest
@@ -25,7 +25,8 @@ def name_of(case):
 def main():
     found = {name_of(case): case for case in cases(unittest.TestLoader().discover(str(HERE), pattern="test_*.py"))}
     if sys.argv[1:] == ["--list"]:
-        print("\n".join(sorted(found)))
+        for name in sorted(found):
+            print(name, *getattr(found[name], "LABELS", ()))
         return 0
     if len(sys.argv) != 2 or sys.argv[1] not in found:
         print(f"usage: {sys.argv[0]} --list | name of a case", file=sys.stderr)

@@ -45,7 +45,7 @@ struct Answer {
 
 SoundClient::SoundClient(const std::string &address) : m_loop(pa_threaded_mainloop_new()) {
     m_context = pa_context_new(pa_threaded_mainloop_get_api(m_loop), "Sound test");
-    (void)pa_context_connect(m_context, address.c_str(), PA_CONTEXT_NOAUTOSPAWN, nullptr);
+    (void)pa_context_connect(m_context, address.empty() ? nullptr : address.c_str(), PA_CONTEXT_NOAUTOSPAWN, nullptr);
     pa_threaded_mainloop_start(m_loop);
     waitUntil([this] { return pa_context_get_state(m_context) == PA_CONTEXT_READY; });
 }
@@ -259,7 +259,7 @@ void SoundPlayer::timingKnown() {
     ++m_answers;
 }
 
-double SoundPlayer::beep() {
+double SoundPlayer::beep(const std::function<void()> &atBeginning) {
     {
         const Lock lock(m_client.loop());
         m_beepStart = -1;
@@ -268,11 +268,19 @@ double SoundPlayer::beep() {
         m_answers = 0;
     }
     std::optional<double> heard;
+    bool hasBegun = false;
     const auto isHeard = [&] {
-        const Lock lock(m_client.loop());
-        askForTiming();
-        if (m_answers > 0 && m_beepStart >= 0)
-            heard = m_offsets / m_answers + double(m_beepStart) / rate * 1e9;
+        {
+            const Lock lock(m_client.loop());
+            askForTiming();
+            if (m_answers > 0 && m_beepStart >= 0)
+                heard = m_offsets / m_answers + double(m_beepStart) / rate * 1e9;
+        }
+        if (heard && !hasBegun && nowNanoseconds() >= *heard) {
+            hasBegun = true;
+            if (atBeginning)
+                atBeginning();
+        }
         return heard && nowNanoseconds() > *heard + 200e6; // enough answers for a mean
     };
     if (!waitFor(isHeard))

@@ -15,6 +15,7 @@ namespace pellaro::test {
 /// there is none.
 class SoundClient {
 public:
+    /// @param address as in PULSE_SERVER; empty: the user's.
     explicit SoundClient(const std::string &address);
     ~SoundClient();
     SoundClient(const SoundClient &) = delete;
@@ -58,7 +59,9 @@ public:
 
     /// Plays 1 kHz for 50 ms, and returns when the sink played its beginning, nanoseconds on CLOCK_MONOTONIC, by the mean of all that
     /// the server says of it (some servers only say in which cycle of 21 ms). Returns after that moment.
-    [[nodiscard]] double beep();
+    ///
+    /// @param atBeginning called once at about that moment; absent: nothing.
+    [[nodiscard]] double beep(const std::function<void()> &atBeginning = {});
 
 private:
     void write(std::size_t bytes);

@@ -1,5 +1,6 @@
 """Looks into a saved clip."""
 
+import array
 import json
 import struct
 import subprocess
@@ -10,6 +11,7 @@ from pathlib import Path
 CLOCK_LEFT, CLOCK_TOP, CELL, COLUMNS, ROWS = 16, 16, 24, 8, 5
 # The row of colour fields below the grid.
 COLOURS = ((255, 0, 0), (0, 255, 0), (0, 0, 255), (255, 255, 255), (0, 0, 0), (255, 255, 0), (0, 255, 255), (255, 0, 255))
+SOUND_RATE = 48000  # of what `sound` gives
 
 
 def _run(*arguments):
@@ -51,12 +53,12 @@ class Clip:
                 begin += 4  # its version and flags come before the boxes
         return [kind for kind, _, _ in _boxes(data, begin, end)]
 
-    def clock(self):
-        """What the clock window showed in each picture, in seconds of the host clock. A picture that shows parts of two moments
-        raises."""
+    def clock(self, begin=0, end=1e9):
+        """What the clock window showed in each picture from `begin` to `end`, in seconds of the host clock. A picture that shows parts
+        of two moments raises."""
         width, height = COLUMNS * CELL, ROWS * CELL
         left, top = self._clock_at
-        data = self._raw(f"crop={width}:{height}:{left}:{top}:exact=1", "gray")
+        data = self._raw(f"trim={begin}:{end},crop={width}:{height}:{left}:{top}:exact=1", "gray")
         return [_number(data[at:at + width * height], width, at // (width * height)) for at in range(0, len(data), width * height)]
 
     def colours(self):
@@ -78,6 +80,26 @@ class Clip:
         width, height = self.size()
         data = self._raw("scale=in_color_matrix=bt709:in_range=tv:out_range=pc", "gray")
         return [data[at:at + width * height] for at in range(0, len(data), width * height)]
+
+    def levels(self, x, y):
+        """The level of grey of one pixel in each picture."""
+        return self._raw(f"crop=1:1:{x}:{y}:exact=1,scale=in_range=tv:out_range=pc", "gray")
+
+    def sound(self):
+        """The left and the right channel as they are heard from the clip's beginning on, SOUND_RATE numbers a second."""
+        code, output, errors = _run("ffmpeg", "-v", "error", "-i", self.path, "-vn", "-af", "aresample=async=1:first_pts=0", "-ac", "2",
+                                    "-ar", SOUND_RATE, "-f", "f32le", "-")
+        if code != 0:
+            raise AssertionError(f"ffmpeg cannot decode the sound of {self.path}: {errors}")
+        numbers = array.array("f", output)
+        return numbers[0::2], numbers[1::2]
+
+    def span(self, kind):
+        """When a track begins and ends, in seconds. `kind` is that of ffprobe: v or a."""
+        _, output, _ = _run("ffprobe", "-v", "error", "-select_streams", kind, "-show_entries", "packet=pts_time,duration_time", "-of", "json",
+                            self.path)
+        packets = [(float(packet["pts_time"]), float(packet["duration_time"])) for packet in json.loads(output)["packets"]]
+        return packets[0][0], packets[-1][0] + packets[-1][1]
 
     def size(self):
         """Width and height of the pictures."""

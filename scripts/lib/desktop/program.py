@@ -237,7 +237,7 @@ class Pellaro:
 
         def placed():
             chooser = self._open_chooser()
-            return chooser if chooser and self.desktop.shows_window_at(chooser.x, chooser.y) else None
+            return chooser if chooser and self.stands_where_it_says(chooser) else None
 
         return wait_for("the chooser of windows", placed)
 
