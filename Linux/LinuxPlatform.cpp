@@ -21,6 +21,8 @@
 #include "Linux/X11/X11CaptureStream.h"
 #include "Linux/X11/X11Displays.h"
 #include "Linux/X11/X11WindowGallery.h"
+#include "Platform/Desktop/AccessibilityPermission.h"
+#include "Platform/Desktop/EventMonitor.h"
 #include "Platform/System/NotificationCenter.h"
 #include "Platform/System/SharedInstances.h"
 #include "Platform/System/TaskPool.h"
@@ -30,6 +32,19 @@
 #include <filesystem>
 
 namespace pellaro {
+
+namespace {
+
+/// Keys are not watched on this desktop yet, and it says so.
+class UnwatchedKeyboard : public EventMonitors, public AccessibilityPermission {
+public:
+    [[nodiscard]] std::unique_ptr<EventMonitor> addGlobalKeyDownMonitor(GlobalHandler) override { return nullptr; }
+    [[nodiscard]] std::unique_ptr<EventMonitor> addLocalKeyDownMonitor(LocalHandler) override { return nullptr; }
+    [[nodiscard]] bool isTrusted() const override { return false; }
+    void requestTrust() override {}
+};
+
+} // namespace
 
 /// In the order of their dependencies; they go in the opposite one, running tasks first.
 struct LinuxPlatform::Services {
@@ -62,6 +77,7 @@ struct LinuxPlatform::Services {
     QtScreenCapturePermission screenCapturePermission;
     QtWorkspace workspace{systemLog};
     QtPasteboard pasteboard;
+    UnwatchedKeyboard keyboard;
 
     X11ShareableContentProvider shareableContent;
     X11Screens screens;
@@ -98,6 +114,8 @@ struct LinuxPlatform::Services {
         .screens = screens,
         .workspace = workspace,
         .pasteboard = pasteboard,
+        .eventMonitors = keyboard,
+        .accessibilityPermission = keyboard,
     };
 };
 

@@ -2,12 +2,14 @@
 
 namespace pellaro {
 
+class AccessibilityPermission;
 class AlertPresenter;
 class Application;
 class AssetWriterFactory;
 class CaptureStreamFactory;
 class CompressionSessionFactory;
 class ContentPicker;
+class EventMonitors;
 class FileManager;
 class HostClock;
 class Locale;
@@ -55,6 +57,8 @@ struct Platform {
     Screens &screens;
     Workspace &workspace;
     Pasteboard &pasteboard;
+    EventMonitors &eventMonitors;
+    AccessibilityPermission &accessibilityPermission;
 
     /// The platform of this process, for the few functions that are called from everywhere (texts, log, settings).
     /// Set before any thread but the main one runs, and after the last one has ended.

@@ -3,6 +3,7 @@
 #include "Tests/Support/FakeCapture.h"
 #include "Tests/Support/FakeCodec.h"
 #include "Tests/Support/FakeDesktop.h"
+#include "Tests/Support/FakeEventMonitors.h"
 #include "Tests/Support/FakeSystem.h"
 #include "Tests/Support/Trace.h"
 
@@ -38,6 +39,8 @@ struct FakePlatform {
     FakeScreens screens;
     FakeWorkspace workspace{trace};
     FakePasteboard pasteboard;
+    FakeEventMonitors eventMonitors{trace};
+    FakeAccessibilityPermission accessibilityPermission{trace};
     SharedInstances sharedInstances;
     TaskPool tasks;
     Platform platform{
@@ -64,6 +67,8 @@ struct FakePlatform {
         .screens = screens,
         .workspace = workspace,
         .pasteboard = pasteboard,
+        .eventMonitors = eventMonitors,
+        .accessibilityPermission = accessibilityPermission,
     };
 
     FakePlatform() { Platform::setCurrent(&platform); }
