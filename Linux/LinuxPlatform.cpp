@@ -6,6 +6,7 @@
 #include "Linux/Qt/QtAlertPresenter.h"
 #include "Linux/Qt/QtApplication.h"
 #include "Linux/Qt/QtContentPicker.h"
+#include "Linux/Qt/QtEventMonitors.h"
 #include "Linux/Qt/QtMainThread.h"
 #include "Linux/Qt/QtPasteboard.h"
 #include "Linux/Qt/QtScreenCapturePermission.h"
@@ -21,8 +22,6 @@
 #include "Linux/X11/X11CaptureStream.h"
 #include "Linux/X11/X11Displays.h"
 #include "Linux/X11/X11WindowGallery.h"
-#include "Platform/Desktop/AccessibilityPermission.h"
-#include "Platform/Desktop/EventMonitor.h"
 #include "Platform/System/NotificationCenter.h"
 #include "Platform/System/SharedInstances.h"
 #include "Platform/System/TaskPool.h"
@@ -32,19 +31,6 @@
 #include <filesystem>
 
 namespace pellaro {
-
-namespace {
-
-/// Keys are not watched on this desktop yet, and it says so.
-class UnwatchedKeyboard : public EventMonitors, public AccessibilityPermission {
-public:
-    [[nodiscard]] std::unique_ptr<EventMonitor> addGlobalKeyDownMonitor(GlobalHandler) override { return nullptr; }
-    [[nodiscard]] std::unique_ptr<EventMonitor> addLocalKeyDownMonitor(LocalHandler) override { return nullptr; }
-    [[nodiscard]] bool isTrusted() const override { return false; }
-    void requestTrust() override {}
-};
-
-} // namespace
 
 /// In the order of their dependencies; they go in the opposite one, running tasks first.
 struct LinuxPlatform::Services {
@@ -77,7 +63,8 @@ struct LinuxPlatform::Services {
     QtScreenCapturePermission screenCapturePermission;
     QtWorkspace workspace{systemLog};
     QtPasteboard pasteboard;
-    UnwatchedKeyboard keyboard;
+    QtEventMonitors eventMonitors;
+    QtAccessibilityPermission accessibilityPermission{eventMonitors};
 
     X11ShareableContentProvider shareableContent;
     X11Screens screens;
@@ -114,8 +101,8 @@ struct LinuxPlatform::Services {
         .screens = screens,
         .workspace = workspace,
         .pasteboard = pasteboard,
-        .eventMonitors = keyboard,
-        .accessibilityPermission = keyboard,
+        .eventMonitors = eventMonitors,
+        .accessibilityPermission = accessibilityPermission,
     };
 };
 

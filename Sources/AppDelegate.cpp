@@ -50,8 +50,11 @@ void AppDelegate::applicationDidFinishLaunching() {
         const auto self = weak.lock();
         return self ? self->currentState() : AppState::inactive;
     };
+    registerHotkey(false);
     observe(NotificationName::bufferDurationChanged, &AppDelegate::bufferDurationChanged);
     observe(NotificationName::captureModeChanged, &AppDelegate::captureModeChanged);
+    observe(NotificationName::hotkeyChanged, &AppDelegate::hotkeySettingChanged);
+    observe(applicationDidBecomeActive, &AppDelegate::retryGlobalHotkeyIfNeeded);
     m_menuBar->updateState(AppState::inactive);
     m_platform.mainThread.postAfter(std::chrono::milliseconds(300), [weak] {
         if (const auto self = weak.lock())
@@ -61,6 +64,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::applicationWillTerminate() {
     endRecording();
+    removeHotkeyMonitors();
     m_captureEngine->waitForQueues(); // nothing of the recording outlives the program's end
 }
 

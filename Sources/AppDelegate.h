@@ -3,6 +3,7 @@
 #include "Sources/MenuBarManager.h"
 
 #include "Platform/Desktop/Application.h"
+#include "Platform/Desktop/EventMonitor.h"
 #include "Platform/Desktop/Screens.h"
 #include "Platform/Error.h"
 #include "Platform/Geometry.h"
@@ -82,6 +83,14 @@ private:
     [[nodiscard]] bool startEncoder(const PixelBuffer &picture);
     void showPermissionNeededAlert();
 
+    // AppDelegateHotkey.cpp: the key combination that saves
+    void registerHotkey(bool promptAccessibility);
+    void removeHotkeyMonitors();
+    static void saveFromHotkey(const std::weak_ptr<AppDelegate> &weak);
+    void hotkeySettingChanged();
+    void retryGlobalHotkeyIfNeeded();
+    void showHotkeyPermissionNeededAlert();
+
     // AppDelegateSave.cpp: the save flow and its alerts
     void runSave(double duration, MediaTime cutoff, const std::string &savePath, const std::string &outputURL);
     void finishSave(const std::function<void()> &ending);
@@ -112,6 +121,10 @@ private:
     std::mutex m_recordingLock;
     std::uint64_t m_recording = 0;     // guarded by m_recordingLock; number of the recording whose samples count, 0 for none
     std::uint64_t m_lastRecording = 0; // guarded by m_recordingLock
+
+    /// Absent when the desktop gives none; never more than one of each.
+    std::unique_ptr<EventMonitor> m_globalHotkeyMonitor;
+    std::unique_ptr<EventMonitor> m_localHotkeyMonitor;
 
     std::vector<std::shared_ptr<NotificationObservation>> m_observations;
 };
