@@ -187,6 +187,5 @@ TEST_F(X11KeyWatchStickyTest, SeesTheModifiersOfStickyKeys) {
     EXPECT_EQ(presses[1].event.modifierFlags, 0u);
 }
 
-
 } // namespace
 } // namespace pellaro
