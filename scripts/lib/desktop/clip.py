@@ -106,6 +106,12 @@ class Clip:
         stream = next(stream for stream in self.probe()["streams"] if stream["codec_type"] == "video")
         return stream["width"], stream["height"]
 
+    def colours_at(self, x, y):
+        """The red, green and blue of that place in each picture."""
+        size = 2  # chroma has one value for four pixels
+        data = self._raw(f"crop={size}:{size}:{x // size * size}:{y // size * size}:exact=1", "rgb24")
+        return [tuple(data[at:at + 3]) for at in range(0, len(data), size * size * 3)]
+
     def _raw(self, picture_filter, pixel_format):
         code, output, errors = _run("ffmpeg", "-v", "error", "-i", self.path, "-vf", picture_filter, "-fps_mode", "passthrough", "-f", "rawvideo",
                                     "-pix_fmt", pixel_format, "-")
