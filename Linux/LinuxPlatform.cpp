@@ -15,6 +15,7 @@
 #include "Linux/Qt/QtWorkspace.h"
 #include "Linux/System/EnvironmentLocale.h"
 #include "Linux/System/MonotonicHostClock.h"
+#include "Linux/System/PlistBundle.h"
 #include "Linux/System/PlistUserDefaults.h"
 #include "Linux/System/PosixFileManager.h"
 #include "Linux/System/StandardErrorLog.h"
@@ -35,7 +36,7 @@ namespace pellaro {
 /// In the order of their dependencies; they go in the opposite one, running tasks first.
 struct LinuxPlatform::Services {
     Services(QApplication &qtApplication, const Options &options)
-        : symbols(std::filesystem::path(options.resourcesFolder) / "symbols"),
+        : bundle(options.infoFile), symbols(std::filesystem::path(options.resourcesFolder) / "symbols"),
           application(qtApplication, mainThread, alerts, notifications), statusBar(application, symbols),
           shareableContent({}, qtApplication.devicePixelRatio()), screens({}, qtApplication.devicePixelRatio()),
           screenStreams({.displayName = {},
@@ -52,6 +53,7 @@ struct LinuxPlatform::Services {
     EnvironmentLocale locale;
     StandardErrorLog systemLog;
     PosixFileManager files;
+    PlistBundle bundle;
     PlistUserDefaults defaults{PlistUserDefaults::defaultPath(), systemLog, wallClock};
     NotificationCenter notifications;
 
@@ -86,6 +88,7 @@ struct LinuxPlatform::Services {
         .defaults = defaults,
         .notifications = notifications,
         .files = files,
+        .bundle = bundle,
         .systemLog = systemLog,
         .sharedInstances = sharedInstances,
         .shareableContent = shareableContent,

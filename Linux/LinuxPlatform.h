@@ -19,6 +19,8 @@ public:
     struct Options {
         /// The folder of the program's own files: "Resources" of its bundle.
         std::string resourcesFolder;
+        /// The property list of the bundle.
+        std::string infoFile;
         /// Called once, on some thread, when the X server goes away while something is recorded.
         std::function<void()> onDisplayServerLost;
         /// For the windows that belong to the desktop's services and not to the application; called as long as the event loop runs.

@@ -6,6 +6,7 @@ class AccessibilityPermission;
 class AlertPresenter;
 class Application;
 class AssetWriterFactory;
+class Bundle;
 class CaptureStreamFactory;
 class CompressionSessionFactory;
 class ContentPicker;
@@ -39,6 +40,7 @@ struct Platform {
     UserDefaults &defaults;
     NotificationCenter &notifications;
     FileManager &files;
+    Bundle &bundle;
     SystemLog &systemLog;
     SharedInstances &sharedInstances;
 

@@ -31,8 +31,9 @@ constexpr std::chrono::milliseconds quitPatience(1500);
     std::_Exit(EXIT_FAILURE);
 }
 
-std::string resourcesFolder() {
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "Resources";
+/// "Contents" of the bundle that this program was started from.
+std::filesystem::path bundleContents() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
 }
 
 std::optional<pellaro::Rect> selectRegion(const pellaro::Screen &screen, const std::optional<pellaro::Rect> &initialRect) {
@@ -43,9 +44,12 @@ std::optional<pellaro::Rect> selectRegion(const pellaro::Screen &screen, const s
 
 int runApplication(QApplication &qtApplication) {
     using namespace pellaro;
-    const std::string resources = resourcesFolder();
+    const std::string resources = bundleContents() / "Resources";
     QApplication::setWindowIcon(QIcon(QString::fromStdString(resources + "/pellaro.svg")));
-    LinuxPlatform desktop(qtApplication, {.resourcesFolder = resources, .onDisplayServerLost = endWithoutDisplayServer, .text = L});
+    LinuxPlatform desktop(qtApplication, {.resourcesFolder = resources,
+                                          .infoFile = bundleContents() / "Info.plist",
+                                          .onDisplayServerLost = endWithoutDisplayServer,
+                                          .text = L});
     Platform &platform = desktop.platform();
 
     SettingsWindowController settingsWindow(platform);

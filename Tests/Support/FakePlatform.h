@@ -25,6 +25,7 @@ struct FakePlatform {
     FakeUserDefaults defaults{trace};
     NotificationCenter notifications;
     FakeFileManager files{trace};
+    FakeBundle bundle;
     FakeSystemLog systemLog;
     FakeShareableContent shareableContent;
     FakeCaptureStreamFactory captureStreams{trace};
@@ -52,6 +53,7 @@ struct FakePlatform {
         .defaults = defaults,
         .notifications = notifications,
         .files = files,
+        .bundle = bundle,
         .systemLog = systemLog,
         .sharedInstances = sharedInstances,
         .shareableContent = shareableContent,

@@ -4,6 +4,7 @@
 #include "Tests/Support/WaitFor.h"
 
 #include "Platform/Error.h"
+#include "Platform/System/Bundle.h"
 #include "Platform/System/FileManager.h"
 #include "Platform/System/HostClock.h"
 #include "Platform/System/Locale.h"
@@ -62,6 +63,15 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::optional<std::string> m_code = "en"; // guarded by m_mutex
+};
+
+class FakeBundle : public Bundle {
+public:
+    std::map<std::string, DefaultsValue> info;
+    [[nodiscard]] std::optional<DefaultsValue> infoValue(const std::string &key) const override {
+        const auto entry = info.find(key);
+        return entry == info.end() ? std::nullopt : std::optional(entry->second);
+    }
 };
 
 class FakeSystemLog : public SystemLog {
