@@ -1,183 +1,136 @@
 #include "Sources/SettingsView.h"
 
-#include "Sources/L10n.h"
-#include "Sources/Logger.h"
+#include "Sources/AppSettings.h"
+#include "Sources/HotkeyNames.h"
+#include "Sources/SettingsViewAbout.h"
+#include "Sources/SettingsViewCapture.h"
+#include "Sources/SettingsViewLog.h"
+#include "Sources/SettingsViewMnemonics.h"
+#include "Sources/SettingsViewParts.h"
+#include "Sources/SettingsViewStorage.h"
 
-#include "Platform/Desktop/Pasteboard.h"
-#include "Platform/Desktop/Workspace.h"
 #include "Platform/Platform.h"
 
-#include <QApplication>
-#include <QBoxLayout>
 #include <QEvent>
-#include <QFile>
-#include <QFontDatabase>
-#include <QLabel>
-#include <QPainter>
-#include <QPlainTextEdit>
+#include <QScrollArea>
+#include <QShowEvent>
 #include <QTabBar>
-#include <QTextDocument>
-#include <QToolButton>
+
+#include <array>
 
 namespace pellaro {
 
 namespace {
 
-constexpr int tabPadding = 12;
-constexpr int textPadding = 8;
-constexpr int iconSize = 16;
+constexpr QSize smallestSize(500, 420);
+constexpr int tabSymbolSize = 16;
+constexpr std::array tabSymbols{"record.circle", "folder", "doc.text", "info.circle"};
 
-QString text(std::string english, std::string german) {
-    return QString::fromStdString(L(std::move(english), std::move(german)));
+/// The tab as large as it wants to be, in what room there is.
+QScrollArea *scrolling(SettingsTab *tab, QWidget *parent) {
+    auto *area = new QScrollArea(parent);
+    area->setWidget(tab);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setFocusPolicy(Qt::NoFocus);
+    // The page's own colour shows through, whatever the style gives it.
+    area->viewport()->setAutoFillBackground(false);
+    tab->setAutoFillBackground(false);
+    return area;
 }
 
-/// One line that leaves out its middle when there is too little room.
-class ElidedLabel final : public QLabel {
-public:
-    using QLabel::QLabel;
-    [[nodiscard]] QSize minimumSizeHint() const override { return {0, QLabel::minimumSizeHint().height()}; }
-
-protected:
-    void paintEvent(QPaintEvent *) override {
-        QPainter painter(this);
-        painter.setPen(palette().color(QPalette::WindowText));
-        painter.drawText(contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, fontMetrics().elidedText(text(), Qt::ElideMiddle, width()));
-    }
-};
-
-/// The font of captions and section headers, in proportion to the desktop's own.
-QFont scaled(QFont font, double factor) {
-    if (font.pointSizeF() > 0)
-        font.setPointSizeF(font.pointSizeF() * factor);
-    else
-        font.setPixelSize(static_cast<int>(font.pixelSize() * factor));
-    return font;
-}
-
-/// Text of second rank: between the window's text and its background.
-QPalette secondary(QPalette palette) {
-    QColor color = palette.color(QPalette::Active, QPalette::WindowText);
-    color.setAlphaF(0.65F);
-    palette.setColor(QPalette::WindowText, color);
-    return palette;
-}
-
-/// The program's symbol in the colour of the text around it; none when the drawing is missing.
-QIcon symbolIcon(const QString &name, const QWidget &widget) {
-    const QString file = "symbols:" + name + ".svg";
-    if (!QFile::exists(file))
-        return {};
-    QPixmap pixmap = QIcon(file).pixmap(QSize(iconSize, iconSize), widget.devicePixelRatio());
-    QPainter painter(&pixmap);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    painter.fillRect(pixmap.rect(), widget.palette().color(QPalette::WindowText));
-    painter.end();
-    return QIcon(pixmap);
-}
-
-QToolButton *makeBorderlessButton(const QString &name, QWidget *parent) {
-    auto *button = new QToolButton(parent);
-    button->setObjectName(name);
-    button->setAutoRaise(true);
-    button->setFocusPolicy(Qt::StrongFocus);
-    return button;
+QList<QString> tabTitles() {
+    return {localized("Recording", "Aufnahme"), localized("Storage", "Speicher"), "Log", "Info"};
 }
 
 } // namespace
 
-SettingsView::SettingsView(Platform &platform, QWidget *parent) : QTabWidget(parent), m_platform(platform) {
+SettingsView::SettingsView(Platform &platform, SettingsActions actions, QWidget *parent)
+    : QTabWidget(parent), m_platform(platform), m_actions(std::move(actions)) {
     setObjectName("settingsView");
     setDocumentMode(true);
+    setMinimumSize(smallestSize);
     tabBar()->setObjectName("settingsTabs");
-    addTab(makeLogTab(), QString());
-    setTabText(0, "Log");
+    m_captureTab = new CaptureTab(platform, m_actions, this);
+    auto *storageTab = new StorageTab(platform, this);
+    auto *logTab = new LogTab(platform, this);
+    auto *aboutTab = new AboutTab(platform, m_actions, this);
+    addSettingsTab(m_captureTab, scrolling(m_captureTab, this));
+    addSettingsTab(storageTab, scrolling(storageTab, this));
+    addSettingsTab(logTab, logTab);
+    addSettingsTab(aboutTab, scrolling(aboutTab, this));
     adoptColors();
     connect(this, &QTabWidget::currentChanged, this, &SettingsView::refresh);
+    m_observations.push_back(AppSettings::shared().observeObjectWillChange([this] { refreshSoon(); }));
+    m_observations.push_back(platform.notifications.addObserver(NotificationName::hotkeyChanged, [this] { refreshSoon(); }));
 }
 
-QWidget *SettingsView::makeLogTab() {
-    auto *tab = new QWidget(this);
-    tab->setObjectName("logTab");
-    tab->setAccessibleName("Log");
-    m_logHeader = new QLabel(tab);
-    m_logHeader->setObjectName("logHeader");
-    m_showLogButton = makeBorderlessButton("showLogButton", tab);
-    m_copyLogButton = makeBorderlessButton("copyLogButton", tab);
-    m_logText = new QPlainTextEdit(tab);
-    m_logText->setObjectName("logText");
-    m_logText->setReadOnly(true);
-    m_logText->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    m_logText->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    m_logText->document()->setDocumentMargin(textPadding);
-    m_logText->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    m_logPath = new ElidedLabel(tab);
-    m_logPath->setObjectName("logPath");
-    m_logPath->setTextFormat(Qt::PlainText);
+SettingsView::~SettingsView() = default;
 
-    QFont headerFont = scaled(font(), 1.0);
-    headerFont.setWeight(QFont::DemiBold);
-    m_logHeader->setFont(headerFont);
-    m_logPath->setFont(scaled(font(), 0.85));
+void SettingsView::addSettingsTab(SettingsTab *tab, QWidget *page) {
+    m_tabs.push_back(tab);
+    addTab(page, QString());
+}
 
-    auto *header = new QHBoxLayout;
-    header->addWidget(m_logHeader);
-    header->addStretch();
-    header->addWidget(m_showLogButton);
-    header->addWidget(m_copyLogButton);
-    auto *column = new QVBoxLayout(tab);
-    column->setContentsMargins(tabPadding, tabPadding, tabPadding, tabPadding);
-    column->addLayout(header);
-    column->addWidget(m_logText, 1);
-    column->addWidget(m_logPath);
-
-    connect(m_showLogButton, &QToolButton::clicked, this, &SettingsView::showLogInFileViewer);
-    connect(m_copyLogButton, &QToolButton::clicked, this, &SettingsView::copyLog);
-    return tab;
+std::string SettingsView::currentHotkeyString() {
+    const AppSettings &settings = AppSettings::shared();
+    return hotkeyDisplayString(settings.hotkeyKeyCode(), settings.hotkeyModifiers());
 }
 
 void SettingsView::refresh() {
-    const PelLog &log = PelLog::shared();
-    m_logHeader->setText("Debug Log");
-    m_showLogButton->setText(text("Show in Finder", "Im Finder zeigen"));
-    m_copyLogButton->setText(text("Copy", "Kopieren"));
-    const auto path = QString::fromStdString(log.url());
-    m_logPath->setText(text("Path: ", "Pfad: ") + path);
-    m_logPath->setToolTip(path);
-    for (QToolButton *button : {m_showLogButton, m_copyLogButton})
-        button->setAccessibleName(button->text());
-    m_logHeader->setAccessibleName(m_logHeader->text());
-    m_logText->setAccessibleName(m_logHeader->text());
-    m_logPath->setAccessibleName(m_logPath->text());
-    // Unchanged text keeps the place to which it was scrolled and what is selected.
-    if (const auto contents = QString::fromStdString(log.contents()); contents != m_logText->toPlainText())
-        m_logText->setPlainText(contents);
+    m_isRefreshDue = false;
+    QString taken;
+    const QList<QString> titles = tabTitles();
+    const QList<QString> labels = withMnemonics(titles, taken);
+    for (int i = 0; i < count(); ++i) {
+        if (tabText(i) != labels[i])
+            setTabText(i, labels[i]);
+        widget(i)->setAccessibleName(titles[i]);
+    }
+    SettingsTab &front = *m_tabs.at(static_cast<std::size_t>(currentIndex()));
+    front.refresh();
+    assignMnemonics(front, taken);
 }
 
-void SettingsView::showLogInFileViewer() {
-    m_platform.workspace.selectFile(PelLog::shared().url(), "");
-}
-
-void SettingsView::copyLog() {
-    m_platform.pasteboard.clearContents();
-    m_platform.pasteboard.setString(PelLog::shared().contents());
+void SettingsView::refreshSoon() {
+    // The settings tell of a change before it is made, and several changes in a row are one.
+    if (std::exchange(m_isRefreshDue, true))
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (m_isRefreshDue)
+                refresh();
+        },
+        Qt::QueuedConnection);
 }
 
 void SettingsView::adoptColors() {
-    const QPalette colors = secondary(QApplication::palette());
-    m_logHeader->setPalette(colors);
-    m_logPath->setPalette(colors);
-    setTabIcon(0, symbolIcon("doc.text", *this));
+    const QColor color = palette().color(QPalette::WindowText);
+    for (int i = 0; i < count(); ++i)
+        setTabIcon(i, QIcon(symbolPixmap(tabSymbols.at(static_cast<std::size_t>(i)), tabSymbolSize, color, devicePixelRatioF())));
 }
 
 void SettingsView::showEvent(QShowEvent *event) {
-    refresh();
+    if (!event->spontaneous()) {
+        m_captureTab->findScreens();
+        refresh();
+    }
     QTabWidget::showEvent(event);
 }
 
 void SettingsView::changeEvent(QEvent *event) {
     QTabWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && m_logPath)
+    if (event->type() == QEvent::PaletteChange)
         adoptColors();
+}
+
+bool SettingsView::event(QEvent *event) {
+    // Something else may have been changed by hand while the user was elsewhere: the log, the stored hotkey.
+    if (event->type() == QEvent::WindowActivate)
+        refreshSoon();
+    return QTabWidget::event(event);
 }
 
 } // namespace pellaro

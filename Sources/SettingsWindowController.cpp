@@ -9,6 +9,7 @@
 #include <QBoxLayout>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QScrollArea>
 #include <QWidget>
 
 namespace pellaro {
@@ -18,9 +19,16 @@ namespace {
 constexpr QSize firstSize(500, 440);
 constexpr QSize smallestSize(460, 380);
 
+/// A window larger than this could not be reached everywhere.
+QRect roomForWindow() {
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    return screen ? screen->availableGeometry() : QRect(QPoint(), firstSize);
+}
+
 } // namespace
 
-SettingsWindowController::SettingsWindowController(Platform &platform) : m_platform(platform) {}
+SettingsWindowController::SettingsWindowController(Platform &platform, SettingsActions actions)
+    : m_platform(platform), m_actions(std::move(actions)) {}
 
 SettingsWindowController::~SettingsWindowController() = default;
 
@@ -28,6 +36,7 @@ void SettingsWindowController::show() {
     if (!m_window)
         createWindow();
     m_window->setWindowTitle(QString::fromStdString(L("Pellaro Settings", "Pellaro Einstellungen")));
+    m_window->setMinimumSize(smallestSize.boundedTo(roomForWindow().size()));
     m_view->refresh();
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
     m_window->show();
@@ -39,14 +48,19 @@ void SettingsWindowController::show() {
 void SettingsWindowController::createWindow() {
     m_window = std::make_unique<QWidget>();
     m_window->setObjectName("settingsWindow");
-    m_view = new SettingsView(m_platform, m_window.get());
+    m_view = new SettingsView(m_platform, m_actions, nullptr);
+    // The window may be made smaller than its content may become; what has no room can be scrolled to.
+    auto *holder = new QScrollArea(m_window.get());
+    holder->setWidget(m_view);
+    holder->setWidgetResizable(true);
+    holder->setFrameShape(QFrame::NoFrame);
+    holder->setFocusPolicy(Qt::NoFocus);
     auto *layout = new QVBoxLayout(m_window.get());
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_view);
-    m_window->setMinimumSize(smallestSize);
-    m_window->resize(firstSize);
-    if (const QScreen *screen = QGuiApplication::primaryScreen())
-        m_window->move(screen->availableGeometry().center() - m_window->rect().center());
+    layout->addWidget(holder);
+    const QRect room = roomForWindow();
+    m_window->resize(firstSize.boundedTo(room.size()));
+    m_window->move(room.center() - m_window->rect().center());
 }
 
 } // namespace pellaro

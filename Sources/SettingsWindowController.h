@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Sources/SettingsActions.h"
+
 #include <memory>
 
 class QWidget;
@@ -13,7 +15,7 @@ struct Platform;
 class SettingsWindowController {
 public:
     /// @param platform outlives the controller, as does the Qt application.
-    explicit SettingsWindowController(Platform &platform);
+    SettingsWindowController(Platform &platform, SettingsActions actions);
     ~SettingsWindowController();
     SettingsWindowController(const SettingsWindowController &) = delete;
     SettingsWindowController &operator=(const SettingsWindowController &) = delete;
@@ -25,6 +27,7 @@ private:
     void createWindow();
 
     Platform &m_platform;
+    const SettingsActions m_actions;
     std::unique_ptr<QWidget> m_window; // absent until first shown
     SettingsView *m_view = nullptr;    // within m_window
 };

@@ -52,7 +52,8 @@ int runApplication(QApplication &qtApplication) {
                                           .text = L});
     Platform &platform = desktop.platform();
 
-    SettingsWindowController settingsWindow(platform);
+    SettingsWindowController settingsWindow(
+        platform, {.selectRegion = selectRegion, .checkForUpdates = nullptr, .isInApplications = nullptr, .offerInstallation = nullptr});
     auto delegate =
         AppDelegate::create(platform, {.showSettings = [&settingsWindow] { settingsWindow.show(); }, .selectRegion = selectRegion});
     platform.application.setActivationPolicy(ActivationPolicy::accessory);

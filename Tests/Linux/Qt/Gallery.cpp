@@ -1,7 +1,8 @@
 // Shows one of the program's windows until it is closed or the program is ended:
-//     qt_gallery <light|dark> <alert|alert-long|alert-critical|alert-info|settings|tray|chooser>
-// with the texts of the language of LANG. "tray" puts the three states side by side; a click opens the menu. "chooser" offers
-// the windows that are on the screen.
+//     qt_gallery <light|dark> <alert|alert-long|alert-critical|alert-info|tray|chooser>
+//     qt_gallery <light|dark> settings <tab, 0 to 3> [mode, 0 to 2] [region] [record]
+// with the texts of the language of LANG. "region" stands for a region that has been drawn, "record" presses "Change". "tray" puts the
+// three states side by side; a click opens the menu. "chooser" offers the windows that are on the screen.
 #include "Linux/Qt/QtAlertPresenter.h"
 #include "Linux/Qt/QtApplication.h"
 #include "Linux/Qt/QtContentPicker.h"
@@ -9,12 +10,16 @@
 #include "Linux/Qt/QtStatusItem.h"
 #include "Linux/Qt/QtSymbols.h"
 #include "Linux/X11/X11WindowGallery.h"
+#include "Sources/AppSettings.h"
 #include "Sources/L10n.h"
 #include "Sources/Logger.h"
 #include "Sources/SettingsWindowController.h"
 #include "Tests/Support/FakePlatform.h"
 
+#include <QPushButton>
 #include <QStyleFactory>
+#include <QTabWidget>
+#include <QToolButton>
 
 namespace pellaro::test {
 
@@ -91,8 +96,27 @@ public:
     void applicationWillTerminate() override {}
 };
 
+/// @param arguments the tab and what else the description of this program names.
+void showSettings(SettingsWindowController &settings, const QStringList &arguments) {
+    nlog("Encoder start: 1920×1080");
+    nlog("saveNow: flush encoder …");
+    nlog("saveNow: 1784 video + 1410 audio chunks für 30.0s");
+    AppSettings &stored = AppSettings::shared();
+    stored.setCaptureMode(captureModeFromRawValue(arguments.value(1, "0").toInt()).value_or(CaptureMode::entireScreen));
+    if (arguments.contains("region"))
+        stored.setCaptureRect({100, 100, 640, 360});
+    settings.show();
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (auto *tabs = widget->findChild<QTabWidget *>("settingsView"))
+            tabs->setCurrentIndex(arguments.value(0).toInt());
+        if (auto *change = widget->findChild<QToolButton *>("hotkeyButton"); change && arguments.contains("record"))
+            change->click();
+    }
+}
+
 int run(QApplication &qt, const std::string &window) {
     FakePlatform fakes;
+    fakes.screens.screens = {{1, "Built-in Display", {0, 0, 1512, 982}}, {2, "LG 27UP850", {1512, 0, 2560, 1440}}};
     fakes.locale.set(qEnvironmentVariable("LANG").startsWith("de") ? "de" : "en");
     NotificationCenter notifications;
     QtMainThread mainThread;
@@ -101,18 +125,18 @@ int run(QApplication &qt, const std::string &window) {
     application.setActivationPolicy(ActivationPolicy::accessory);
     const QtSymbols symbols(PELLARO_SYMBOLS);
     QtStatusBar statusBar(application, symbols);
-    SettingsWindowController settings(fakes.platform);
+    SettingsWindowController settings(fakes.platform, {.selectRegion = [](const Screen &, std::optional<Rect>) { return std::nullopt; },
+                                                       .checkForUpdates = [] {},
+                                                       .isInApplications = [] { return false; },
+                                                       .offerInstallation = [] {}});
     QtContentPicker picker(
         mainThread, [&qt] { return std::make_unique<X11WindowGallery>(std::string(), qt.devicePixelRatio()); }, L);
     std::vector<std::unique_ptr<StatusItem>> items;
     const auto gallery = std::make_shared<Gallery>();
     gallery->show = [&] {
-        if (window == "settings") {
-            nlog("Encoder start: 1920×1080");
-            nlog("saveNow: flush encoder …");
-            nlog("saveNow: 1784 video + 1410 audio chunks für 30.0s");
-            settings.show();
-        } else if (window == "chooser") {
+        if (window == "settings")
+            showSettings(settings, QApplication::arguments().mid(3));
+        else if (window == "chooser") {
             picker.setActive(true);
             picker.present();
         } else if (window == "tray") {

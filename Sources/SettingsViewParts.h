@@ -1,0 +1,93 @@
+#pragma once
+
+#include <QIcon>
+#include <QLabel>
+#include <QToolButton>
+
+#include <string>
+
+class QAbstractButton;
+class QFrame;
+
+// What the tabs of the settings window are put together from. Thread: main.
+namespace pellaro {
+
+/// The text in the user's language of this moment, see `L`.
+[[nodiscard]] QString localized(std::string english, std::string german);
+
+/// Space at the sides of every section.
+inline constexpr int sectionPadding = 16;
+
+/// What a text is for decides its colour in the light and in the dark.
+enum class Tone { primary, secondary, accent, good, bad, warning };
+[[nodiscard]] QColor toneColor(Tone tone, const QPalette &palette);
+
+/// The palette of a control that stands out: filled with the accent colour, its text readable on it.
+[[nodiscard]] QPalette prominent(QPalette palette);
+
+/// Relative to the desktop's own font.
+enum class TextSize { caption, callout, body, subheadline, symbols, title };
+[[nodiscard]] QFont textFont(const QFont &base, TextSize size);
+
+/// A text whose colour and size follow the desktop's while it is shown.
+class SettingsText : public QLabel {
+public:
+    SettingsText(const char *name, TextSize size, Tone tone, QWidget *parent);
+    /// Its text, which is also what a screen reader says.
+    void say(const QString &text);
+    /// Takes over the desktop's colours and font of this moment.
+    void adoptLook();
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    const TextSize m_size;
+    const Tone m_tone;
+};
+
+/// The title of a section.
+class SettingsSectionHeader final : public SettingsText {
+public:
+    SettingsSectionHeader(const char *name, QWidget *parent);
+};
+
+/// One line that leaves out its middle when there is too little room, and shows all of it in its tool tip.
+class ElidedText final : public SettingsText {
+public:
+    using SettingsText::SettingsText;
+    void say(const QString &text);
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
+/// One of the program's symbols, drawn in the colour of its tone.
+class SymbolView final : public QWidget {
+public:
+    SymbolView(const char *symbol, int size, Tone tone, QWidget *parent);
+    [[nodiscard]] QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    const QString m_symbol;
+    const int m_size;
+    const Tone m_tone;
+};
+
+/// The symbol of that name; transparent when there is no such drawing.
+[[nodiscard]] QPixmap symbolPixmap(const QString &name, int size, const QColor &color, qreal pixelRatio);
+
+/// A line between two sections.
+[[nodiscard]] QFrame *makeDivider(Qt::Orientation orientation, QWidget *parent);
+
+/// A button that is only its text until the pointer comes.
+[[nodiscard]] QToolButton *makeBorderlessButton(const char *name, QWidget *parent);
+
+/// What the button says, to the eye and to a screen reader.
+void setLabel(QAbstractButton &button, const QString &text);
+
+} // namespace pellaro
