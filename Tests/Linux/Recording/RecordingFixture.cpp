@@ -25,6 +25,7 @@ Platform platformOf(FakePlatform &fakes, HostClock &clock, FileManager &files, S
         .defaults = fake.defaults,
         .notifications = fake.notifications,
         .files = files,
+        .bundle = fake.bundle,
         .systemLog = fake.systemLog,
         .sharedInstances = fake.sharedInstances,
         .shareableContent = content,
@@ -40,6 +41,8 @@ Platform platformOf(FakePlatform &fakes, HostClock &clock, FileManager &files, S
         .screens = fake.screens,
         .workspace = fake.workspace,
         .pasteboard = fake.pasteboard,
+        .eventMonitors = fake.eventMonitors,
+        .accessibilityPermission = fake.accessibilityPermission,
     };
 }
 
