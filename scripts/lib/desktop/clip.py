@@ -96,8 +96,8 @@ class Clip:
 
     def span(self, kind):
         """When a track begins and ends, in seconds. `kind` is that of ffprobe: v or a."""
-        _, output, _ = _run("ffprobe", "-v", "error", "-select_streams", kind, "-show_entries", "packet=pts_time,duration_time", "-of", "json",
-                            self.path)
+        _, output, _ = _run("ffprobe", "-v", "error", "-select_streams", kind, "-show_entries", "packet=pts_time,duration_time",
+                            "-of", "json", self.path)
         packets = [(float(packet["pts_time"]), float(packet["duration_time"])) for packet in json.loads(output)["packets"]]
         return packets[0][0], packets[-1][0] + packets[-1][1]
 

@@ -22,9 +22,9 @@ class SoundServer:
         folder = desktop.folder / "runtime/pulse"
         if kind == PULSEAUDIO:
             folder.mkdir(mode=0o700)
-            desktop.start("pulseaudio", "--daemonize=no", "--exit-idle-time=-1", "-n", "-F", "/dev/null", "--use-pid-file=no", "--disable-shm=yes",
-                          "--realtime=no", "--high-priority=no", "-L", f"module-native-protocol-unix auth-anonymous=1 socket={folder / 'native'}",
-                          "-L", "module-suspend-on-idle timeout=1")
+            protocol = f"module-native-protocol-unix auth-anonymous=1 socket={folder / 'native'}"
+            desktop.start("pulseaudio", "--daemonize=no", "--exit-idle-time=-1", "-n", "-F", "/dev/null", "--use-pid-file=no",
+                          "--disable-shm=yes", "--realtime=no", "--high-priority=no", "-L", protocol, "-L", "module-suspend-on-idle timeout=1")
         else:
             desktop.start("pipewire")
             wait_for("PipeWire", (desktop.folder / "runtime/pipewire-0").exists)
