@@ -75,10 +75,11 @@ bool QtEventMonitors::nativeEventFilter(const QByteArray &eventType, void *messa
 
 /// The newest first. A handler may end its own monitor and others, and add some, which are asked from the next press on.
 KeyEventResult QtEventMonitors::ask(const Handlers &handlers, const KeyEvent &event) {
-    const Handlers atPress = handlers;
-    for (auto handler = atPress.rbegin(); handler != atPress.rend(); ++handler) {
-        const bool isStillThere = std::ranges::find(handlers, *handler) != handlers.end();
-        if (isStillThere && (**handler)(event) == KeyEventResult::swallow)
+    Handlers atPress = handlers;
+    std::ranges::reverse(atPress);
+    for (const auto &handler : atPress) {
+        const bool isStillThere = std::ranges::find(handlers, handler) != handlers.end();
+        if (isStillThere && (*handler)(event) == KeyEventResult::swallow)
             return KeyEventResult::swallow;
     }
     return KeyEventResult::passOn;

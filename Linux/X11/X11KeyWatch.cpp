@@ -1,16 +1,12 @@
 #include "Linux/X11/X11KeyWatch.h"
 
 #include "Linux/X11/X11Connection.h"
+#include "Linux/X11/XcbXkb.h"
 
 #include <string_view>
 #include <vector>
 #include <xcb/randr.h>
 #include <xcb/xinput.h>
-
-// Its header has a member whose name C++ keeps for itself.
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 
 namespace pellaro {
 

@@ -1,5 +1,7 @@
 #include "Tests/Linux/X11/TestKeyboard.h"
 
+#include "Linux/X11/XcbXkb.h"
+
 #include <array>
 #include <spawn.h>
 #include <stdexcept>
@@ -9,11 +11,6 @@
 
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
-
-// Its header has a member whose name C++ keeps for itself.
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 
 namespace pellaro::test {
 
