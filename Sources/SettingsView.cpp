@@ -60,7 +60,7 @@ SettingsView::SettingsView(Platform &platform, SettingsActions actions, QWidget 
     addSettingsTab(storageTab, scrolling(storageTab, this));
     addSettingsTab(logTab, logTab);
     addSettingsTab(aboutTab, scrolling(aboutTab, this));
-    adoptColors();
+    adoptLook();
     connect(this, &QTabWidget::currentChanged, this, &SettingsView::refresh);
     m_observations.push_back(AppSettings::shared().observeObjectWillChange([this] { refreshSoon(); }));
     m_observations.push_back(platform.notifications.addObserver(NotificationName::hotkeyChanged, [this] { refreshSoon(); }));
@@ -106,7 +106,10 @@ void SettingsView::refreshSoon() {
         Qt::QueuedConnection);
 }
 
-void SettingsView::adoptColors() {
+void SettingsView::adoptLook() {
+    for (QWidget *widget : findChildren<QWidget *>())
+        if (auto *follower = dynamic_cast<FollowsDesktop *>(widget))
+            follower->adoptLook();
     const QColor color = palette().color(QPalette::WindowText);
     for (int i = 0; i < count(); ++i)
         setTabIcon(i, QIcon(symbolPixmap(tabSymbols.at(static_cast<std::size_t>(i)), tabSymbolSize, color, devicePixelRatioF())));
@@ -122,8 +125,8 @@ void SettingsView::showEvent(QShowEvent *event) {
 
 void SettingsView::changeEvent(QEvent *event) {
     QTabWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange)
-        adoptColors();
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
+        adoptLook();
 }
 
 bool SettingsView::event(QEvent *event) {

@@ -38,7 +38,7 @@ protected:
 private:
     void addSettingsTab(SettingsTab *tab, QWidget *page);
     void refreshSoon();
-    void adoptColors();
+    void adoptLook();
 
     Platform &m_platform;
     const SettingsActions m_actions;

@@ -9,7 +9,6 @@
 #include "Platform/Platform.h"
 
 #include <QBoxLayout>
-#include <QEvent>
 #include <QGuiApplication>
 #include <QPushButton>
 
@@ -24,19 +23,10 @@ constexpr int groupGap = 12;
 constexpr int buttonGap = 8;
 
 /// The one button that is filled with the accent colour.
-class ProminentButton final : public QPushButton {
+class ProminentButton final : public QPushButton, public FollowsDesktop {
 public:
-    explicit ProminentButton(QWidget *parent) : QPushButton(parent) { adoptLook(); }
-
-protected:
-    void changeEvent(QEvent *event) override {
-        QPushButton::changeEvent(event);
-        if (event->type() == QEvent::ApplicationPaletteChange)
-            adoptLook();
-    }
-
-private:
-    void adoptLook() { setPalette(prominent(QGuiApplication::palette())); }
+    explicit ProminentButton(QWidget *parent) : QPushButton(parent) { ProminentButton::adoptLook(); }
+    void adoptLook() override { setPalette(prominent(QGuiApplication::palette())); }
 };
 
 QPushButton *addButton(QBoxLayout &layout, QPushButton *button, const char *name) {

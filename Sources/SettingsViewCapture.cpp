@@ -154,7 +154,7 @@ void CaptureTab::addHotkeySection(QVBoxLayout &column) {
 }
 
 void CaptureTab::findScreens() {
-    m_displays->setScreens(ScreenInfo::all(m_platform.screens));
+    m_displays->setScreens(ScreenInfo::all(m_platform.screens), m_audio);
 }
 
 void CaptureTab::refreshTexts() {
@@ -176,6 +176,7 @@ void CaptureTab::refresh() {
     m_duration->select(static_cast<int>(m_settings.bufferDuration()));
     for (std::size_t i = 0; i < m_modes.size(); ++i)
         m_modes[i]->setChecked(allCaptureModes[i] == mode);
+    keepOneTabStop(*m_modes.front()->group());
     m_windowHint->setVisible(mode == CaptureMode::selectedWindow);
     m_audio->setChecked(m_settings.captureAudio());
     m_displays->select(m_settings.captureDisplayID());

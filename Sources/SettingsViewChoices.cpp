@@ -4,6 +4,7 @@
 
 #include <QBoxLayout>
 #include <QButtonGroup>
+#include <QEvent>
 #include <QStyleOptionButton>
 #include <QStyleOptionFocusRect>
 #include <QStylePainter>
@@ -20,7 +21,7 @@ constexpr int segmentPadding = 8;
 /// A radio button that looks like a part of a bar.
 class Segment final : public QRadioButton {
 public:
-    using QRadioButton::QRadioButton;
+    explicit Segment(QWidget *parent) : QRadioButton(parent) { adoptPalette(); }
     [[nodiscard]] QSize sizeHint() const override {
         QStyleOptionButton option = styleOption();
         const QSize text(fontMetrics().horizontalAdvance(this->text()) + 2 * segmentPadding, fontMetrics().height());
@@ -35,21 +36,37 @@ protected:
         QStylePainter painter(this);
         painter.drawControl(QStyle::CE_PushButton, styleOption());
     }
+    void changeEvent(QEvent *event) override {
+        QRadioButton::changeEvent(event);
+        if (event->type() == QEvent::PaletteChange)
+            adoptPalette();
+    }
     [[nodiscard]] bool hitButton(const QPoint &point) const override { return rect().contains(point); }
 
 private:
+    void adoptPalette() { m_chosenPalette = prominent(palette()).resolve(palette()); }
     [[nodiscard]] QStyleOptionButton styleOption() const {
         QStyleOptionButton option;
         option.initFrom(this);
         option.text = text();
         option.state |= isDown() ? QStyle::State_Sunken : isChecked() ? QStyle::State_On : QStyle::State_Raised;
         if (isChecked()) // a pressed button alone is hard to tell from the others in most styles
-            option.palette = prominent(option.palette);
+            option.palette = m_chosenPalette;
         return option;
     }
+
+    QPalette m_chosenPalette; // kept: styles have a picture of the button for each palette that they are given
 };
 
 } // namespace
+
+void keepOneTabStop(const QButtonGroup &group) {
+    const QList<QAbstractButton *> buttons = group.buttons();
+    for (QAbstractButton *button : buttons) {
+        const bool isStop = group.checkedButton() ? button->isChecked() : button == buttons.front();
+        button->setFocusPolicy(isStop ? Qt::StrongFocus : Qt::ClickFocus);
+    }
+}
 
 ChoiceRow::ChoiceRow(const QString &name, QWidget *parent) : QRadioButton(parent) {
     setObjectName(name);
@@ -104,6 +121,7 @@ void ChoiceRow::paintEvent(QPaintEvent *) {
 
 SegmentedPicker::SegmentedPicker(const char *name, QWidget *parent) : QWidget(parent), m_group(new QButtonGroup(this)) {
     setObjectName(name);
+    setFocusPolicy(Qt::ClickFocus); // or the mnemonic of its title would not lead to the segment that stands for it
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
@@ -130,6 +148,7 @@ void SegmentedPicker::select(int tag) {
     if (auto *segment = m_group->button(tag)) {
         segment->setChecked(true);
         setFocusProxy(segment);
+        keepOneTabStop(*m_group);
     }
 }
 

@@ -10,6 +10,10 @@ class QButtonGroup;
 // Ways to choose one of several. To the keyboard and to a screen reader both are radio buttons. Thread: main.
 namespace pellaro {
 
+/// The tabulator key leads to the chosen one of the group and then on, to the first where none is chosen. Within the group the arrow
+/// keys lead.
+void keepOneTabStop(const QButtonGroup &group);
+
 /// One of a column of choices: a symbol that is filled when it is the chosen one, and a text that leaves out its middle when there is
 /// too little room.
 class ChoiceRow final : public QRadioButton {

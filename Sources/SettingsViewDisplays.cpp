@@ -35,7 +35,7 @@ DisplayPicker::DisplayPicker(QWidget *parent) : QWidget(parent), m_column(new QV
     });
 }
 
-void DisplayPicker::setScreens(const std::vector<ScreenInfo> &screens) {
+void DisplayPicker::setScreens(const std::vector<ScreenInfo> &screens, QWidget *before) {
     if (screens == m_screens)
         return;
     m_screens = screens;
@@ -47,6 +47,8 @@ void DisplayPicker::setScreens(const std::vector<ScreenInfo> &screens) {
         m_group->addButton(row, position++);
         m_column->addWidget(row);
         row->show(); // rows that come while the column is on the screen stay hidden otherwise
+        QWidget::setTabOrder(before, row);
+        before = row;
     }
 }
 
@@ -55,6 +57,7 @@ void DisplayPicker::select(std::uint32_t displayID) {
     for (QAbstractButton *row : m_group->buttons())
         row->setChecked(m_screens.at(static_cast<std::size_t>(m_group->id(row))).displayID == displayID);
     m_group->setExclusive(true);
+    keepOneTabStop(*m_group);
 }
 
 } // namespace pellaro

@@ -28,7 +28,8 @@ struct ScreenInfo {
 class DisplayPicker final : public QWidget {
 public:
     explicit DisplayPicker(QWidget *parent);
-    void setScreens(const std::vector<ScreenInfo> &screens);
+    /// @param before the control that comes before the displays for the tabulator key.
+    void setScreens(const std::vector<ScreenInfo> &screens, QWidget *before);
     /// Shows which one is chosen; tells nobody.
     void select(std::uint32_t displayID);
     /// Called when the user chooses a display, also the one that is chosen.

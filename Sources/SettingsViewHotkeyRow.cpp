@@ -9,9 +9,7 @@
 #include "Platform/System/MainThread.h"
 #include "Platform/System/NotificationCenter.h"
 
-#include <QApplication>
 #include <QBoxLayout>
-#include <QEvent>
 #include <QFontDatabase>
 #include <QHideEvent>
 #include <QPainter>
@@ -30,9 +28,17 @@ constexpr int columnGap = 12;
 /// The hotkey, or what to do, on a rounded field in a shade of the accent colour.
 class HotkeyField final : public SettingsText {
 public:
-    explicit HotkeyField(QWidget *parent) : SettingsText("hotkeyDisplay", TextSize::body, Tone::primary, parent) {
+    explicit HotkeyField(QWidget *parent) : SettingsText("hotkeyDisplay", TextSize::symbols, Tone::primary, parent) {
         setContentsMargins(8, 4, 8, 4);
-        adoptFont();
+        HotkeyField::adoptLook();
+    }
+    void adoptLook() override {
+        SettingsText::adoptLook();
+        // Not the size that the desktop has for code, which is often smaller: the symbols are hard to read as it is.
+        QFont fixed = font();
+        fixed.setFamilies(QFontDatabase::systemFont(QFontDatabase::FixedFont).families());
+        fixed.setStyleHint(QFont::Monospace);
+        setFont(fixed);
     }
 
 protected:
@@ -46,20 +52,6 @@ protected:
         painter.drawRoundedRect(rect(), 6, 6);
         painter.end();
         SettingsText::paintEvent(event);
-    }
-    void changeEvent(QEvent *event) override {
-        SettingsText::changeEvent(event);
-        if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::ApplicationPaletteChange)
-            adoptFont();
-    }
-
-private:
-    void adoptFont() {
-        // Not the size that the desktop has for code, which is often smaller: the symbols are hard to read as it is.
-        QFont fixed = textFont(QApplication::font(), TextSize::symbols);
-        fixed.setFamilies(QFontDatabase::systemFont(QFontDatabase::FixedFont).families());
-        fixed.setStyleHint(QFont::Monospace);
-        setFont(fixed);
     }
 };
 

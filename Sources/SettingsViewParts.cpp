@@ -3,10 +3,10 @@
 #include "Sources/L10n.h"
 
 #include <QApplication>
-#include <QEvent>
 #include <QFile>
 #include <QFrame>
 #include <QPainter>
+#include <QPixmapCache>
 
 namespace pellaro {
 
@@ -57,12 +57,13 @@ QColor toneColor(Tone tone, const QPalette &palette) {
     return palette.color(QPalette::Active, QPalette::WindowText);
 }
 
-QPalette prominent(QPalette palette) {
+QPalette prominent(const QPalette &palette) {
     // Styles brighten what they fill a button with, and white on the plain accent colour is faint enough.
-    constexpr int darker = 125;
-    palette.setColor(QPalette::Button, palette.color(QPalette::Active, QPalette::Highlight).darker(darker));
-    palette.setColor(QPalette::ButtonText, palette.color(QPalette::Active, QPalette::HighlightedText));
-    return palette;
+    constexpr int darker = 140;
+    QPalette colors;
+    colors.setColor(QPalette::Button, palette.color(QPalette::Active, QPalette::Highlight).darker(darker));
+    colors.setColor(QPalette::ButtonText, palette.color(QPalette::Active, QPalette::HighlightedText));
+    return colors;
 }
 
 QFont textFont(const QFont &base, TextSize size) {
@@ -77,7 +78,7 @@ QFont textFont(const QFont &base, TextSize size) {
 SettingsText::SettingsText(const char *name, TextSize size, Tone tone, QWidget *parent) : QLabel(parent), m_size(size), m_tone(tone) {
     setObjectName(name);
     setTextFormat(Qt::PlainText);
-    adoptLook();
+    SettingsText::adoptLook();
 }
 
 void SettingsText::say(const QString &text) {
@@ -86,23 +87,19 @@ void SettingsText::say(const QString &text) {
 }
 
 void SettingsText::adoptLook() {
-    const QPalette desktop = QApplication::palette();
-    QPalette colors = palette();
-    colors.setColor(QPalette::WindowText, toneColor(m_tone, desktop));
+    QPalette colors; // of its own has it this colour and no other
+    colors.setColor(QPalette::WindowText, toneColor(m_tone, QApplication::palette()));
     setPalette(colors);
-    QFont font = textFont(QApplication::font(), m_size);
-    font.setWeight(static_cast<QFont::Weight>(this->font().weight()));
-    setFont(font);
-}
-
-void SettingsText::changeEvent(QEvent *event) {
-    QLabel::changeEvent(event);
-    if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::ApplicationFontChange)
-        adoptLook();
+    setFont(textFont(QApplication::font(), m_size));
 }
 
 SettingsSectionHeader::SettingsSectionHeader(const char *name, QWidget *parent)
     : SettingsText(name, TextSize::subheadline, Tone::secondary, parent) {
+    SettingsSectionHeader::adoptLook();
+}
+
+void SettingsSectionHeader::adoptLook() {
+    SettingsText::adoptLook();
     QFont semibold = font();
     semibold.setWeight(QFont::DemiBold);
     setFont(semibold);
@@ -139,8 +136,12 @@ void SymbolView::paintEvent(QPaintEvent *) {
 }
 
 QPixmap symbolPixmap(const QString &name, int size, const QColor &color, qreal pixelRatio) {
-    const QString file = "symbols:" + name + ".svg";
+    // Drawn once for each look: symbols are asked for at every repaint, and each drawing would stay in Qt's cache of pictures anyway.
+    const QString key = QString("pellaro-symbol:%1:%2:%3:%4").arg(name).arg(size).arg(color.rgba()).arg(pixelRatio);
     QPixmap pixmap;
+    if (QPixmapCache::find(key, &pixmap))
+        return pixmap;
+    const QString file = "symbols:" + name + ".svg";
     if (QFile::exists(file))
         pixmap = QIcon(file).pixmap(QSize(size, size), pixelRatio);
     if (pixmap.isNull())
@@ -148,6 +149,8 @@ QPixmap symbolPixmap(const QString &name, int size, const QColor &color, qreal p
     QPainter painter(&pixmap);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(pixmap.rect(), color);
+    painter.end();
+    QPixmapCache::insert(key, pixmap);
     return pixmap;
 }
 

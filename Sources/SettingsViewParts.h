@@ -22,24 +22,27 @@ inline constexpr int sectionPadding = 16;
 enum class Tone { primary, secondary, accent, good, bad, warning };
 [[nodiscard]] QColor toneColor(Tone tone, const QPalette &palette);
 
-/// The palette of a control that stands out: filled with the accent colour, its text readable on it.
-[[nodiscard]] QPalette prominent(QPalette palette);
+/// What a control that stands out has of its own: the accent colour, and a text that is readable on it.
+[[nodiscard]] QPalette prominent(const QPalette &palette);
 
 /// Relative to the desktop's own font.
 enum class TextSize { caption, callout, body, subheadline, symbols, title };
 [[nodiscard]] QFont textFont(const QFont &base, TextSize size);
 
-/// A text whose colour and size follow the desktop's while it is shown.
-class SettingsText : public QLabel {
+/// A widget with colours or a font of its own that depend on the desktop's. The settings view asks it anew when those change.
+class FollowsDesktop {
+public:
+    virtual ~FollowsDesktop() = default;
+    virtual void adoptLook() = 0;
+};
+
+/// A text whose colour and size follow the desktop's.
+class SettingsText : public QLabel, public FollowsDesktop {
 public:
     SettingsText(const char *name, TextSize size, Tone tone, QWidget *parent);
     /// Its text, which is also what a screen reader says.
     void say(const QString &text);
-    /// Takes over the desktop's colours and font of this moment.
-    void adoptLook();
-
-protected:
-    void changeEvent(QEvent *event) override;
+    void adoptLook() override;
 
 private:
     const TextSize m_size;
@@ -50,6 +53,7 @@ private:
 class SettingsSectionHeader final : public SettingsText {
 public:
     SettingsSectionHeader(const char *name, QWidget *parent);
+    void adoptLook() override;
 };
 
 /// One line that leaves out its middle when there is too little room, and shows all of it in its tool tip.

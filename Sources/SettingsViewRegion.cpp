@@ -7,7 +7,6 @@
 #include "Platform/Platform.h"
 
 #include <QBoxLayout>
-#include <QEvent>
 #include <QGuiApplication>
 #include <QPushButton>
 
@@ -31,20 +30,11 @@ std::optional<Screen> screenWithID(const Screens &screens, std::uint32_t display
 }
 
 /// A button for something that is lost by it.
-class DestructiveButton final : public QPushButton {
+class DestructiveButton final : public QPushButton, public FollowsDesktop {
 public:
-    explicit DestructiveButton(QWidget *parent) : QPushButton(parent) { adoptLook(); }
-
-protected:
-    void changeEvent(QEvent *event) override {
-        QPushButton::changeEvent(event);
-        if (event->type() == QEvent::ApplicationPaletteChange)
-            adoptLook();
-    }
-
-private:
-    void adoptLook() {
-        QPalette colors = palette();
+    explicit DestructiveButton(QWidget *parent) : QPushButton(parent) { DestructiveButton::adoptLook(); }
+    void adoptLook() override {
+        QPalette colors;
         colors.setColor(QPalette::ButtonText, toneColor(Tone::bad, QGuiApplication::palette()));
         setPalette(colors);
     }

@@ -8,7 +8,7 @@ packages_build=(
     qt6-base-dev "libqt6svg6-dev|qt6-svg-dev"
     libavcodec-dev libavformat-dev libavutil-dev libswresample-dev libyuv-dev
     libxcb1-dev libxcb-shm0-dev libxcb-randr0-dev libxcb-damage0-dev libxcb-xfixes0-dev
-    libxcb-xinput-dev libxcb-xkb-dev libxcb-render0-dev libxcb-composite0-dev libxcb-xtest0-dev
+    libxcb-xinput-dev libxcb-xkb-dev libxcb-render0-dev libxcb-composite0-dev libxcb-xtest0-dev libxcb-res0-dev
     libpulse-dev
     libplist-dev
     libgtest-dev libgmock-dev libbenchmark-dev
