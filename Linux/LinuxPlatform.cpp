@@ -12,6 +12,7 @@
 #include "Linux/Qt/QtScreenCapturePermission.h"
 #include "Linux/Qt/QtStatusItem.h"
 #include "Linux/Qt/QtSymbols.h"
+#include "Linux/Qt/QtTexts.h"
 #include "Linux/Qt/QtWorkspace.h"
 #include "Linux/System/EnvironmentLocale.h"
 #include "Linux/System/MonotonicHostClock.h"
@@ -57,6 +58,7 @@ struct LinuxPlatform::Services {
     PlistUserDefaults defaults{PlistUserDefaults::defaultPath(), systemLog, wallClock};
     NotificationCenter notifications;
 
+    QtTexts texts{locale};
     QtMainThread mainThread;
     QtAlertPresenter alerts;
     QtSymbols symbols;

@@ -18,10 +18,11 @@ class Case(unittest.TestCase):
 
     language = "en_US.UTF-8"
     texts = ENGLISH
+    screen = (1280, 720)
     maxDiff = None
 
     def setUp(self):
-        self.desktop = self.enterContext(Desktop(language=self.language))
+        self.desktop = self.enterContext(Desktop(*self.screen, language=self.language))
         self._programs = []
         self.addCleanup(self._show_output)
 

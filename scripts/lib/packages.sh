@@ -16,7 +16,7 @@ packages_build=(
 )
 
 # To start the program: what is loaded at run time and not linked.
-packages_run=(qt6-qpa-plugins "libqt6svg6|qt6-svg-plugins" dbus)
+packages_run=(qt6-qpa-plugins "libqt6svg6|qt6-svg-plugins" qt6-translations-l10n dbus)
 
 # A desktop to run it on where there is none: scripts/demo, and the tests.
 packages_test=(
@@ -24,7 +24,7 @@ packages_test=(
     xserver-xorg-core xserver-xorg-video-dummy x11-xserver-utils
     dbus-daemon at-spi2-core fonts-dejavu-core locales
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber
-    ffmpeg imagemagick
+    ffmpeg imagemagick xclip
     util-linux
 )
 

@@ -13,6 +13,7 @@ _TEXT = "org.a11y.atspi.Text"
 _REGISTRY = "org.a11y.atspi.Registry"
 _ROOT = "/org/a11y/atspi/accessible/root"
 _SCREEN_COORDINATES = 0
+_STATE_CHECKED, _STATE_SHOWING = 1 << 4, 1 << 25
 
 
 @dataclass(frozen=True)
@@ -27,6 +28,8 @@ class Element:
     width: int
     height: int
     children: tuple
+    showing: bool = True  # whether it can be seen, or could if nothing were in front of it
+    checked: bool = False  # of a radio button or a check box
 
     @property
     def centre(self):
@@ -91,7 +94,9 @@ class Accessibility:
         text = label if role == "label" else ""
         if role == "text":
             text = self._call(name, path, _TEXT, "GetText", GLib.Variant("(ii)", (0, -1)))[0]
-        return Element(role, label, text, *extents, tuple(self._read(*child) for child in children))
+        states = self._call(name, path, _ACCESSIBLE, "GetState")[0][0]
+        return Element(role, label, text, *extents, tuple(self._read(*child) for child in children), bool(states & _STATE_SHOWING),
+                       bool(states & _STATE_CHECKED))
 
     def windows(self):
         """The windows of all programs as they are now, popup menus excepted: those do not count as windows."""
