@@ -27,7 +27,7 @@ class SettingsWindow:
 
         def look():
             found = next((element for element in self.desktop.accessibility.windows() if element.name.startswith(TITLES)), None)
-            return found if found and self.desktop.shows_window_at(found.x, found.y) else None
+            return found if found and self.desktop.shows_window_at((found.x, found.y)) else None
 
         return wait_for("the settings window", look)
 
