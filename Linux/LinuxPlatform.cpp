@@ -2,6 +2,7 @@
 
 #include "Linux/FFmpeg/CompressionSessionX264.h"
 #include "Linux/FFmpeg/MovAssetWriter.h"
+#include "Linux/Network/QtUrlSession.h"
 #include "Linux/PulseAudio/SoundCapturingStream.h"
 #include "Linux/Qt/QtAlertPresenter.h"
 #include "Linux/Qt/QtApplication.h"
@@ -19,6 +20,8 @@
 #include "Linux/System/PlistBundle.h"
 #include "Linux/System/PlistUserDefaults.h"
 #include "Linux/System/PosixFileManager.h"
+#include "Linux/System/PosixProcessInfo.h"
+#include "Linux/System/PosixProcessLauncher.h"
 #include "Linux/System/StandardErrorLog.h"
 #include "Linux/System/SystemWallClock.h"
 #include "Linux/X11/X11CaptureStream.h"
@@ -55,6 +58,9 @@ struct LinuxPlatform::Services {
     StandardErrorLog systemLog;
     PosixFileManager files;
     PlistBundle bundle;
+    PosixProcessInfo processInfo;
+    PosixProcessLauncher processes{bundle.bundlePath() + "/Contents/Helpers"};
+    QtUrlSession urls;
     PlistUserDefaults defaults{PlistUserDefaults::defaultPath(), systemLog, wallClock};
     NotificationCenter notifications;
 
@@ -91,6 +97,9 @@ struct LinuxPlatform::Services {
         .notifications = notifications,
         .files = files,
         .bundle = bundle,
+        .processInfo = processInfo,
+        .processes = processes,
+        .urls = urls,
         .systemLog = systemLog,
         .sharedInstances = sharedInstances,
         .shareableContent = shareableContent,
@@ -124,6 +133,7 @@ Platform &LinuxPlatform::platform() {
 
 void LinuxPlatform::endMainThread() {
     m_services->mainThread.end();
+    m_services->urls.cancelAll();
 }
 
 } // namespace pellaro

@@ -33,7 +33,7 @@ public:
     LinuxPlatform &operator=(const LinuxPlatform &) = delete;
 
     [[nodiscard]] Platform &platform();
-    /// Nothing more reaches the main thread; tasks that wait for it are released. Call when the event loop has ended.
+    /// Nothing more reaches the main thread; tasks that wait for it, or for the network, are released. Call when the event loop has ended.
     void endMainThread();
 
 private:

@@ -17,6 +17,8 @@ class Locale;
 class MainThread;
 class NotificationCenter;
 class Pasteboard;
+class ProcessInfo;
+class ProcessLauncher;
 class ScreenCapturePermission;
 class Screens;
 class ShareableContentProvider;
@@ -25,6 +27,7 @@ class StatusBar;
 class Symbols;
 class SystemLog;
 class TaskPool;
+class UrlSession;
 class UserDefaults;
 class WallClock;
 class Workspace;
@@ -41,6 +44,9 @@ struct Platform {
     NotificationCenter &notifications;
     FileManager &files;
     Bundle &bundle;
+    ProcessInfo &processInfo;
+    ProcessLauncher &processes;
+    UrlSession &urls;
     SystemLog &systemLog;
     SharedInstances &sharedInstances;
 

@@ -21,6 +21,8 @@ public:
 
     [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
     [[nodiscard]] int get() const { return m_descriptor; }
+    /// From here on another owner closes it.
+    void release() { m_descriptor = -1; }
 
 private:
     int m_descriptor;

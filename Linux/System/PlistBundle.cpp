@@ -24,7 +24,8 @@ PropertyList readInfo(const std::string &path) {
 
 } // namespace
 
-PlistBundle::PlistBundle(const std::string &infoFile) : m_info(readInfo(infoFile)) {}
+PlistBundle::PlistBundle(const std::string &infoFile)
+    : m_path(posix::parentFolder(posix::parentFolder(infoFile))), m_info(readInfo(infoFile)) {}
 
 std::optional<DefaultsValue> PlistBundle::infoValue(const std::string &key) const {
     return m_info.value(key);

@@ -1,6 +1,8 @@
 #include "Linux/System/PosixFileManager.h"
 
 #include "Linux/System/PosixFiles.h"
+#include "Linux/System/PosixProcessInfo.h"
+#include "Linux/System/TreeCopy.h"
 #include "Platform/Error.h"
 
 #include <cerrno>
@@ -56,6 +58,20 @@ std::string PosixFileManager::libraryDirectory() const {
     return home == "/" ? "/Library" : home + "/Library";
 }
 
+std::string PosixFileManager::temporaryDirectory() const {
+    const char *variable = std::getenv("TMPDIR");
+    std::string path = (variable && *variable == '/' ? variable : "/tmp") + ("/pellaro-" + std::to_string(getuid()));
+    if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
+        throw posixError(errno);
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0)
+        throw posixError(errno);
+    constexpr mode_t rightsOfOthers = 0077;
+    if (!S_ISDIR(status.st_mode) || status.st_uid != geteuid() || (status.st_mode & rightsOfOthers) != 0)
+        throw posixError(EPERM);
+    return path;
+}
+
 bool PosixFileManager::fileExists(const std::string &path) const {
     struct stat status {};
     return stat(path.c_str(), &status) == 0;
@@ -92,6 +108,36 @@ void PosixFileManager::moveItem(const std::string &source, const std::string &ta
 
 void PosixFileManager::createDirectory(const std::string &path) {
     posix::createFolders(path, 0777);
+}
+
+std::vector<std::string> PosixFileManager::contentsOfDirectory(const std::string &path) const {
+    return namesInFolder(path);
+}
+
+void PosixFileManager::copyItem(const std::string &source, const std::string &target) {
+    copyTree(source, target);
+}
+
+void PosixFileManager::removeTree(const std::string &path) {
+    pellaro::removeTree(path);
+}
+
+void PosixFileManager::writeAtomically(const std::string &path, std::string_view bytes) {
+    const std::string unfinished = path + "." + PosixProcessInfo().globallyUniqueString();
+    try {
+        const FileDescriptor file = posix::openFile(unfinished, O_WRONLY | O_CREAT | O_EXCL, 0666);
+        posix::writeAll(file, bytes);
+        if (fsync(file.get()) != 0 || rename(unfinished.c_str(), path.c_str()) != 0)
+            throw posixError(errno);
+    } catch (const PlatformError &) {
+        unlink(unfinished.c_str());
+        throw;
+    }
+}
+
+void PosixFileManager::setPermissions(const std::string &path, unsigned permissions) {
+    if (chmod(path.c_str(), permissions) != 0)
+        throw posixError(errno);
 }
 
 } // namespace pellaro

@@ -59,8 +59,12 @@ void renameInSteps(const std::string &source, const std::string &target) {
 } // namespace
 
 FileDescriptor openFile(const std::string &path, int flags, mode_t mode) {
+    return openFileAt(AT_FDCWD, path, flags, mode);
+}
+
+FileDescriptor openFileAt(int folder, const std::string &name, int flags, mode_t mode) {
     for (;;) {
-        FileDescriptor file(open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode));
+        FileDescriptor file(openat(folder, name.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode));
         if (file.isOpen())
             return file;
         if (errno != EINTR)

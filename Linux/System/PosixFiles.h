@@ -12,6 +12,8 @@ namespace pellaro::posix {
 
 /// Closed on exec. @param mode of a file that is created.
 [[nodiscard]] FileDescriptor openFile(const std::string &path, int flags, mode_t mode = 0);
+/// As `openFile`, for a name in an open folder.
+[[nodiscard]] FileDescriptor openFileAt(int folder, const std::string &name, int flags, mode_t mode = 0);
 /// From the current position to the end, but no more than `limit` bytes.
 [[nodiscard]] std::string readAll(const FileDescriptor &file, std::size_t limit);
 void writeAll(const FileDescriptor &file, std::string_view bytes);

@@ -4,6 +4,7 @@
 #include "Tests/Support/FakeCodec.h"
 #include "Tests/Support/FakeDesktop.h"
 #include "Tests/Support/FakeEventMonitors.h"
+#include "Tests/Support/FakeProcesses.h"
 #include "Tests/Support/FakeSystem.h"
 #include "Tests/Support/Trace.h"
 
@@ -26,6 +27,9 @@ struct FakePlatform {
     NotificationCenter notifications;
     FakeFileManager files{trace};
     FakeBundle bundle;
+    FakeProcessInfo processInfo;
+    FakeProcessLauncher processes{trace};
+    FakeUrlSession urls{trace, files};
     FakeSystemLog systemLog;
     FakeShareableContent shareableContent;
     FakeCaptureStreamFactory captureStreams{trace};
@@ -54,6 +58,9 @@ struct FakePlatform {
         .notifications = notifications,
         .files = files,
         .bundle = bundle,
+        .processInfo = processInfo,
+        .processes = processes,
+        .urls = urls,
         .systemLog = systemLog,
         .sharedInstances = sharedInstances,
         .shareableContent = shareableContent,

@@ -68,6 +68,8 @@ private:
 class FakeBundle : public Bundle {
 public:
     std::map<std::string, DefaultsValue> info;
+    std::string path = "/Applications/Pellaro.app";
+    [[nodiscard]] std::string bundlePath() const override { return path; }
     [[nodiscard]] std::optional<DefaultsValue> infoValue(const std::string &key) const override {
         const auto entry = info.find(key);
         return entry == info.end() ? std::nullopt : std::optional(entry->second);
@@ -156,6 +158,11 @@ public:
         while (const auto work = next())
             work();
     }
+    /// Whether something waits to be run.
+    [[nodiscard]] bool hasWork() {
+        std::lock_guard lock(m_mutex);
+        return !m_posted.empty();
+    }
     /// Pumps until `condition` holds; false when it does not within the deadline.
     template <typename Condition> [[nodiscard]] bool pumpUntil(Condition condition) {
         return waitFor([&] {
@@ -208,12 +215,19 @@ class FakeFileManager : public FileManager {
 public:
     explicit FakeFileManager(Trace &trace) : m_trace(trace) {}
 
-    std::map<std::string, int> failingCreateDirectory, failingMove, failingRemove, failingAttributes, failingOpen, failingCreate;
+    std::map<std::string, int> failingCreateDirectory, failingMove, failingRemove, failingAttributes, failingOpen, failingCreate,
+        failingCopy, failingRemoveTree, failingWrite, failingTemporary;
+    /// POSIX mode bits by path, where they were set.
+    std::map<std::string, unsigned> permissions;
     /// Attributes without a size for these paths.
     std::set<std::string> sizeless;
 
     [[nodiscard]] std::string homeDirectory() const override { return "/home/user"; }
     [[nodiscard]] std::string libraryDirectory() const override { return "/home/user/Library"; }
+    [[nodiscard]] std::string temporaryDirectory() const override {
+        failIfAsked(failingTemporary, "/tmp/of user");
+        return "/tmp/of user";
+    }
     [[nodiscard]] bool fileExists(const std::string &path) const override {
         std::lock_guard lock(m_mutex);
         return m_files.contains(path) || m_directories.contains(path);
@@ -253,14 +267,7 @@ public:
     void moveItem(const std::string &source, const std::string &target) override {
         m_trace.add("files.move " + target);
         failIfAsked(failingMove, target);
-        std::lock_guard lock(m_mutex);
-        if (!m_files.contains(source))
-            throw posixError(ENOENT);
-        if (m_files.contains(target))
-            throw posixError(EEXIST);
-        auto node = m_files.extract(source);
-        node.key() = target;
-        m_files.insert(std::move(node));
+        transfer(source, target, false);
     }
     void createDirectory(const std::string &path) override {
         m_trace.add("files.createDirectory " + path);
@@ -268,7 +275,45 @@ public:
         std::lock_guard lock(m_mutex);
         m_directories.insert(path);
     }
+    [[nodiscard]] std::vector<std::string> contentsOfDirectory(const std::string &path) const override {
+        std::lock_guard lock(m_mutex);
+        std::set<std::string> names;
+        const auto note = [&](const std::string &entry) {
+            if (entry.starts_with(path + "/"))
+                names.insert(entry.substr(path.size() + 1, entry.find('/', path.size() + 1) - path.size() - 1));
+        };
+        for (const auto &[file, content] : m_files)
+            note(file);
+        for (const std::string &directory : m_directories)
+            note(directory);
+        if (names.empty() && !m_directories.contains(path))
+            throw posixError(ENOENT);
+        return {names.begin(), names.end()};
+    }
+    void copyItem(const std::string &source, const std::string &target) override {
+        m_trace.add("files.copy " + source + " to " + target);
+        failIfAsked(failingCopy, source);
+        transfer(source, target, true);
+    }
+    void removeTree(const std::string &path) override {
+        failIfAsked(failingRemoveTree, path);
+        std::lock_guard lock(m_mutex);
+        const auto inside = [&](const std::string &entry) { return entry == path || entry.starts_with(path + "/"); };
+        if (std::erase_if(m_files, [&](const auto &file) { return inside(file.first); }) + std::erase_if(m_directories, inside) == 0)
+            throw posixError(ENOENT);
+        m_trace.add("files.removeTree " + path);
+    }
+    void writeAtomically(const std::string &path, std::string_view bytes) override {
+        failIfAsked(failingWrite, path);
+        put(path, std::string(bytes));
+    }
+    void setPermissions(const std::string &path, unsigned bits) override { permissions[path] = bits; }
 
+    /// A folder, as if it had been there.
+    void putDirectory(const std::string &path) {
+        std::lock_guard lock(m_mutex);
+        m_directories.insert(path);
+    }
     void put(const std::string &path, std::string content) {
         std::lock_guard lock(m_mutex);
         m_files[path] = std::move(content);
@@ -299,6 +344,28 @@ private:
     static void failIfAsked(const std::map<std::string, int> &failing, const std::string &path) {
         if (const auto entry = failing.find(path); entry != failing.end())
             throw posixError(entry->second);
+    }
+
+    void transfer(const std::string &source, const std::string &target, bool keepsSource) {
+        std::lock_guard lock(m_mutex);
+        const auto exists = [&](const std::string &path) { return m_files.contains(path) || m_directories.contains(path); };
+        if (!exists(source))
+            throw posixError(ENOENT);
+        if (exists(target))
+            throw posixError(EEXIST);
+        const auto inside = [&](const std::string &path) { return path == source || path.starts_with(source + "/"); };
+        const auto files = m_files;
+        const auto directories = m_directories;
+        for (const auto &[path, content] : files)
+            if (inside(path))
+                m_files[target + path.substr(source.size())] = content;
+        for (const std::string &path : directories)
+            if (inside(path))
+                m_directories.insert(target + path.substr(source.size()));
+        if (keepsSource)
+            return;
+        std::erase_if(m_files, [&](const auto &file) { return inside(file.first); });
+        std::erase_if(m_directories, inside);
     }
 
     Trace &m_trace;

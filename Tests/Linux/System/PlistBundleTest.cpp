@@ -36,6 +36,10 @@ TEST_F(BundleOnDisk, GivesTheValuesOfItsPropertyListWithTheirTypes) {
     EXPECT_EQ(bundle.infoValue("CFBundleVersion"), std::nullopt);
 }
 
+TEST_F(BundleOnDisk, IsTheFolderTwoLevelsAboveItsPropertyList) {
+    EXPECT_EQ(PlistBundle("/opt/A b's \"Ä\"/Pellaro.app/Contents/Info.plist").bundlePath(), "/opt/A b's \"Ä\"/Pellaro.app");
+}
+
 TEST_F(BundleOnDisk, StaysWhatItWasWhenAnotherVersionTakesItsPlace) {
     write(list);
     const PlistBundle bundle(file);
