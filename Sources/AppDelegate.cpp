@@ -3,14 +3,18 @@
 #include "Sources/AppSettings.h"
 #include "Sources/CaptureEngine.h"
 #include "Sources/Fatal.h"
+#include "Sources/Installer.h"
 #include "Sources/L10n.h"
+#include "Sources/Leftovers.h"
 #include "Sources/RingBuffer.h"
+#include "Sources/Updater.h"
 #include "Sources/VideoEncoder.h"
 
 #include "Platform/Desktop/Alert.h"
 #include "Platform/Desktop/ScreenCapturePermission.h"
 #include "Platform/Platform.h"
 #include "Platform/System/MainThread.h"
+#include "Platform/System/TaskPool.h"
 
 namespace pellaro {
 
@@ -60,6 +64,9 @@ void AppDelegate::applicationDidFinishLaunching() {
         if (const auto self = weak.lock())
             self->showFirstRunWelcomeIfNeeded();
     });
+    m_platform.tasks.run([] { removeLeftovers(); });
+    Installer::checkAndOfferIfNeeded();
+    m_platform.mainThread.postAfter(std::chrono::milliseconds(3000), [] { Updater::shared().checkInBackground(); });
 }
 
 void AppDelegate::applicationWillTerminate() {

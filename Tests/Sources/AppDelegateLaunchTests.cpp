@@ -1,3 +1,5 @@
+#include "Sources/AppInfo.h"
+
 #include "Tests/Sources/DelegateTest.h"
 
 namespace pellaro {
@@ -38,6 +40,33 @@ TEST_F(Launch, IsNotKeptAliveByItsCallbacks) {
     EXPECT_TRUE(watch.expired());
     fakes.notifications.post(NotificationName::bufferDurationChanged);
     fakes.mainThread.advance(milliseconds(1000));
+}
+
+TEST_F(Launch, OffersTheInstallationAtOnceAndBeforeTheWelcome) {
+    fakes.defaults.store("didShowFirstRunWelcome", false);
+    fakes.bundle.path = "/home/user/Pellaro.app";
+    launch();
+    EXPECT_EQ(alertTitles(), std::vector<std::string>{"Install Pellaro?"});
+    fakes.mainThread.advance(milliseconds(300));
+    EXPECT_EQ(alertTitles(), (std::vector<std::string>{"Install Pellaro?", "Pellaro is running"}));
+}
+
+TEST_F(Launch, LooksForAnUpdateAfterThreeSeconds) {
+    launch();
+    fakes.mainThread.advance(milliseconds(2999));
+    ASSERT_TRUE(pumpUntilIdle());
+    EXPECT_EQ(fakes.trace.only({"get"}), std::vector<std::string>{});
+    fakes.mainThread.advance(milliseconds(1));
+    ASSERT_TRUE(pumpUntilIdle());
+    EXPECT_EQ(fakes.trace.only({"get"}), std::vector<std::string>{"get " + AppInfo::updateURL()});
+    EXPECT_EQ(alertTitles(), std::vector<std::string>{}) << "a check that fails is nobody's business";
+}
+
+TEST_F(Launch, RemovesWhatAKilledUpdateHasLeft) {
+    fakes.files.put("/tmp/of user/PellaroUpdate_dead/x", "");
+    launch();
+    EXPECT_TRUE(pumpUntilIdle());
+    EXPECT_FALSE(fakes.files.fileExists("/tmp/of user/PellaroUpdate_dead/x"));
 }
 
 class Welcome : public DelegateTest {
