@@ -38,10 +38,15 @@ std::vector<std::string> foldersFirst(const FileDescriptor &folder) {
     return names;
 }
 
-void takeModeAndTimes(const FileDescriptor &source, const FileDescriptor &target) {
+struct stat statusOf(const FileDescriptor &folder) {
     struct stat status {};
-    check(fstat(source.get(), &status));
-    check(fchmod(target.get(), status.st_mode & 0777));
+    check(fstat(folder.get(), &status));
+    return status;
+}
+
+void setModeAndTimes(const FileDescriptor &target, const struct stat &status) {
+    constexpr mode_t permissionBits = 0777;
+    check(fchmod(target.get(), status.st_mode & permissionBits));
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
     check(futimens(target.get(), times.data()));
 }
@@ -63,17 +68,16 @@ void takePlace(const FileDescriptor &staged, const FileDescriptor &target, const
     check(renameat(staged.get(), path, target.get(), path));
 }
 
+/// The target folder becomes what the staged one is, from the inside outwards, and keeps what else it has.
 void takePlaces(const FileDescriptor &staged, const FileDescriptor &target) {
+    const struct stat status = statusOf(staged); // before anything leaves it
     for (const std::string &name : foldersFirst(staged)) {
-        if (!isFolderIn(staged.get(), name) || !isFolderIn(target.get(), name)) {
+        if (isFolderIn(staged.get(), name) && isFolderIn(target.get(), name))
+            takePlaces(posix::openFileAt(staged.get(), name, folderFlags), posix::openFileAt(target.get(), name, folderFlags));
+        else
             takePlace(staged, target, name);
-            continue;
-        }
-        const FileDescriptor inner = posix::openFileAt(staged.get(), name, folderFlags);
-        const FileDescriptor innerTarget = posix::openFileAt(target.get(), name, folderFlags);
-        takePlaces(inner, innerTarget);
-        takeModeAndTimes(inner, innerTarget);
     }
+    setModeAndTimes(target, status);
     fsync(target.get()); // the names are in place already; a file system that cannot do this changes nothing of that
 }
 
@@ -149,7 +153,6 @@ void mergeTree(const std::string &sourcePath, const std::string &targetPath, con
     const FileDescriptor staged = posix::openFile(staging.path(), folderFlags);
     checkWritable(staged, targetFolder);
     takePlaces(staged, targetFolder);
-    takeModeAndTimes(staged, targetFolder);
 }
 
 } // namespace pellaro
