@@ -10,7 +10,7 @@ packages_build=(
     libxcb1-dev libxcb-shm0-dev libxcb-randr0-dev libxcb-damage0-dev libxcb-xfixes0-dev
     libxcb-xinput-dev libxcb-xkb-dev libxcb-render0-dev libxcb-composite0-dev libxcb-xtest0-dev libxcb-res0-dev
     libpulse-dev
-    libplist-dev
+    libplist-dev libarchive-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-gi
 )
@@ -24,7 +24,7 @@ packages_test=(
     xserver-xorg-core xserver-xorg-video-dummy x11-xserver-utils
     dbus-daemon at-spi2-core fonts-dejavu-core locales
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber
-    ffmpeg imagemagick xclip
+    ffmpeg imagemagick xclip openssl
     util-linux
 )
 
