@@ -11,17 +11,20 @@ namespace pellaro {
 
 namespace {
 
-/// When the process was started, in clock ticks since the computer was; empty when there is no such process.
+/// When the process was started, in clock ticks since the computer was; empty when there is none, or one that has ended and that its
+/// parent has not asked about yet.
 std::string startTime(const std::string &process) {
-    constexpr int fieldsBetween = 19; // from the state, which follows the name, to the start time
+    constexpr int fieldsBetween = 18; // from the state, which follows the name, to the start time
     std::ifstream file("/proc/" + process + "/stat");
     std::string line;
     std::getline(file, line);
     std::istringstream fields(line.substr(std::min(line.size(), line.rfind(')') + 1))); // the name may hold anything
+    std::string state;
     std::string field;
+    fields >> state;
     for (int i = 0; i <= fieldsBetween; ++i)
         fields >> field;
-    return fields ? field : "";
+    return fields && state != "Z" && state != "X" ? field : "";
 }
 
 std::string takeDigits(std::string &text) {

@@ -56,6 +56,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def do_GET(self):
         self.server.requests.append(self.path)
+        self.path = self.server.instead.get(self.path, self.path)
         name, _, rest = self.path[1:].partition("/")
         answer = getattr(self, f"answer_{name}", None)
         try:
@@ -153,6 +154,7 @@ class Server(socketserver.ThreadingMixIn, http.server.HTTPServer):
     def __init__(self, files, context=None, port=0):
         super().__init__(("127.0.0.1", port), Handler)
         self.files, self.context, self.requests = Path(files), context, []
+        self.instead = {}  # the path to answer for, where it is another than was asked for
         self.released = threading.Event()
         threading.Thread(target=self.serve_forever, args=(0.05,), daemon=True).start()
 

@@ -42,6 +42,9 @@ TEST(UniqueString, TellsWhetherItsProcessRuns) {
     const std::string text(buffer, static_cast<std::size_t>(length));
     EXPECT_TRUE(process.isOfRunningProcess(text));
     kill(child, SIGKILL);
+    siginfo_t ended{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT), 0);
+    EXPECT_FALSE(process.isOfRunningProcess(text)) << "its parent has not asked yet";
     waitpid(child, nullptr, 0);
     EXPECT_FALSE(process.isOfRunningProcess(text));
     close(ends[0]);

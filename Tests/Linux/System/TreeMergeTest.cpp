@@ -5,9 +5,11 @@
 
 #include "Tests/Linux/System/InChild.h"
 #include "Tests/Linux/System/TemporaryFolder.h"
+#include "Tests/Support/WaitFor.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <sys/stat.h>
 
 namespace pellaro {
@@ -124,6 +126,76 @@ TEST_F(TreeMerge, GoesOnUnderARunningProgram) {
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     EXPECT_EQ(readFile(target + "/program"), readFile("/bin/true"));
+}
+
+/// Two folders of many files on a disk in memory, which writes through at once, for what must happen in the middle of a merge.
+class ManyFiles {
+public:
+    explicit ManyFiles(const std::string &disk) : m_source(disk + "/new"), m_target(disk + "/old") {
+        fs::create_directories(m_source + "/inner");
+        fs::create_directories(m_target + "/inner");
+        writeFile(m_source + "/top", "new");
+        reset();
+    }
+    void reset() const {
+        writeFile(m_target + "/top", "old");
+        for (int i = 0; i < count; ++i) {
+            writeFile(m_source + name(i), "new");
+            writeFile(m_target + name(i), "old");
+        }
+    }
+    void merge() const { mergeTree(m_source, m_target, PosixProcessInfo().globallyUniqueString()); }
+    /// Merges in another process and kills that once it has replaced the file of this number.
+    void mergeAndKillAt(int number) const {
+        const pid_t child = fork();
+        if (child == 0) {
+            merge();
+            _exit(0);
+        }
+        EXPECT_TRUE(waitFor([&] { return readFile(m_target + name(number)) == "new"; }));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    [[nodiscard]] int replaced() const {
+        int result = 0;
+        for (int i = 0; i < count; ++i) {
+            const std::string content = readFile(m_target + name(i));
+            EXPECT_TRUE(content == "old" || content == "new") << content;
+            result += content == "new";
+        }
+        return result;
+    }
+    [[nodiscard]] std::string top() const { return readFile(m_target + "/top"); }
+    [[nodiscard]] std::set<std::string> names() const { return namesIn(m_target); }
+
+    static constexpr int count = 3000;
+
+private:
+    static std::string name(int number) { return "/inner/file" + std::to_string(number); }
+
+    const std::string m_source;
+    const std::string m_target;
+};
+
+TEST_F(TreeMerge, KilledInTheMiddleLeavesWholeFilesAndTheOneAtTheTopForLast) {
+    EXPECT_HOLDS_IN_CHILD([this] {
+        const std::string disk = folder.path("disk");
+        fs::create_directory(disk);
+        mountSmallFileSystem(disk, "100M");
+        const ManyFiles files(disk);
+        bool isSeen = false;
+        for (int attempt = 0; attempt < 50 && !isSeen; ++attempt) {
+            files.reset();
+            files.mergeAndKillAt(attempt * 50);
+            isSeen = files.replaced() < ManyFiles::count;
+        }
+        EXPECT_TRUE(isSeen) << "no kill came in time";
+        EXPECT_EQ(files.top(), "old");
+        files.merge();
+        EXPECT_EQ(files.replaced(), ManyFiles::count);
+        EXPECT_EQ(files.top(), "new");
+        EXPECT_EQ(files.names(), (std::set<std::string>{"inner", "top"}));
+    });
 }
 
 TEST_F(TreeMerge, RefusesFoldersInEachOther) {

@@ -52,12 +52,16 @@ class Alert:
     def buttons(self):
         return self._element.names("push button")
 
-    def press(self, button):
-        """Clicks a button and waits until the alert is gone."""
+    def click(self, button):
+        """Clicks a button."""
         if button not in self.buttons:
             raise Failed(f"the alert has no button {button!r}, only {self.buttons}")
         placed = wait_for("the alert to stand where the window manager puts it", self._placed)
         self._program.desktop.click(self._program.pixel(placed.named("push button", button).centre))
+
+    def press(self, button):
+        """Clicks a button and waits until the alert is gone."""
+        self.click(button)
         wait_for(f"the alert to close after {button!r}", lambda: not self._program.is_open(self))
 
     def _placed(self):
