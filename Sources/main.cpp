@@ -1,8 +1,10 @@
 #include "Sources/AppDelegate.h"
+#include "Sources/Installer.h"
 #include "Sources/L10n.h"
 #include "Sources/Logger.h"
 #include "Sources/RectSelectorOverlay.h"
 #include "Sources/SettingsWindowController.h"
+#include "Sources/Updater.h"
 
 #include "Linux/LinuxPlatform.h"
 #include "Linux/X11/X11Compositing.h"
@@ -52,8 +54,10 @@ int runApplication(QApplication &qtApplication) {
                                           .text = L});
     Platform &platform = desktop.platform();
 
-    SettingsWindowController settingsWindow(
-        platform, {.selectRegion = selectRegion, .checkForUpdates = nullptr, .isInApplications = nullptr, .offerInstallation = nullptr});
+    SettingsWindowController settingsWindow(platform, {.selectRegion = selectRegion,
+                                                       .checkForUpdates = [] { Updater::shared().checkManually(); },
+                                                       .isInApplications = Installer::isInApplications,
+                                                       .offerInstallation = Installer::checkAndOfferIfNeeded});
     auto delegate =
         AppDelegate::create(platform, {.showSettings = [&settingsWindow] { settingsWindow.show(); }, .selectRegion = selectRegion});
     platform.application.setActivationPolicy(ActivationPolicy::accessory);
