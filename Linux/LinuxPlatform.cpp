@@ -66,6 +66,7 @@ struct LinuxPlatform::Services {
 
     QtTexts texts{locale};
     QtMainThread mainThread;
+    ApplicationService desktopService{hostClock, mainThread, systemLog};
     QtAlertPresenter alerts;
     QtSymbols symbols;
     QtApplication application;
@@ -108,6 +109,7 @@ struct LinuxPlatform::Services {
         .compressionSessions = compressionSessions,
         .assetWriters = assetWriters,
         .application = application,
+        .desktopService = desktopService,
         .alerts = alerts,
         .statusBar = statusBar,
         .symbols = symbols,
@@ -129,6 +131,10 @@ LinuxPlatform::~LinuxPlatform() = default;
 
 Platform &LinuxPlatform::platform() {
     return m_services->platform;
+}
+
+InstanceRole LinuxPlatform::claimInstance() {
+    return m_services->desktopService.claim();
 }
 
 void LinuxPlatform::endMainThread() {

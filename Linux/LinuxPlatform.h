@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Linux/DBus/ApplicationService.h"
 #include "Linux/LocalizedText.h"
 #include "Platform/Platform.h"
 
@@ -33,6 +34,9 @@ public:
     LinuxPlatform &operator=(const LinuxPlatform &) = delete;
 
     [[nodiscard]] Platform &platform();
+    /// Whether this process is the program's only instance in the user's session; another one has been asked to come forward.
+    /// Call it once, before anything of the program can be seen.
+    [[nodiscard]] InstanceRole claimInstance();
     /// Nothing more reaches the main thread; tasks that wait for it, or for the network, are released. Call when the event loop has ended.
     void endMainThread();
 

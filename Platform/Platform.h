@@ -10,6 +10,7 @@ class Bundle;
 class CaptureStreamFactory;
 class CompressionSessionFactory;
 class ContentPicker;
+class DesktopService;
 class EventMonitors;
 class FileManager;
 class HostClock;
@@ -58,6 +59,7 @@ struct Platform {
     AssetWriterFactory &assetWriters;
 
     Application &application;
+    DesktopService &desktopService;
     AlertPresenter &alerts;
     StatusBar &statusBar;
     Symbols &symbols;

@@ -11,6 +11,7 @@
 #include "Sources/VideoEncoder.h"
 
 #include "Platform/Desktop/Alert.h"
+#include "Platform/Desktop/DesktopService.h"
 #include "Platform/Desktop/ScreenCapturePermission.h"
 #include "Platform/Platform.h"
 #include "Platform/System/MainThread.h"
@@ -67,9 +68,21 @@ void AppDelegate::applicationDidFinishLaunching() {
     m_platform.tasks.run([] { removeLeftovers(); });
     Installer::checkAndOfferIfNeeded();
     m_platform.mainThread.postAfter(std::chrono::milliseconds(3000), [] { Updater::shared().checkInBackground(); });
+    answerDesktopRequests();
+}
+
+/// What the rest of the desktop may ask for is what the menu offers.
+void AppDelegate::answerDesktopRequests() {
+    m_platform.desktopService.setRequests({
+        .activate = m_menuBar->onOpenSettings,
+        .actions = {{"save", m_menuBar->onSaveAction},
+                    {"toggle", [toggle = m_menuBar->onToggleCapture](MediaTime) { toggle(); }},
+                    {"settings", [showSettings = m_menuBar->onOpenSettings](MediaTime) { showSettings(); }}},
+    });
 }
 
 void AppDelegate::applicationWillTerminate() {
+    m_platform.desktopService.withdraw();
     endRecording();
     removeHotkeyMonitors();
     m_captureEngine->waitForQueues(); // nothing of the recording outlives the program's end

@@ -60,6 +60,7 @@ private:
     AppDelegate(Platform &platform, Windows windows);
 
     // AppDelegate.cpp: launch and settings
+    void answerDesktopRequests();
     void observe(const char *notification, void (AppDelegate::*reaction)());
     void bufferDurationChanged();
     void captureModeChanged();

@@ -53,6 +53,15 @@ int runApplication(QApplication &qtApplication) {
                                           .onDisplayServerLost = endWithoutDisplayServer,
                                           .text = L});
     Platform &platform = desktop.platform();
+    switch (desktop.claimInstance()) {
+    case InstanceRole::only:
+        break;
+    case InstanceRole::second:
+        return EXIT_SUCCESS;
+    case InstanceRole::unanswered:
+        std::fputs("[Pellaro] Pellaro is running already, and that instance does not answer.\n", stderr);
+        return EXIT_FAILURE;
+    }
 
     SettingsWindowController settingsWindow(platform, {.selectRegion = selectRegion,
                                                        .checkForUpdates = [] { Updater::shared().checkManually(); },

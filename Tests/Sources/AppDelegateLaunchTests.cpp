@@ -31,6 +31,27 @@ TEST_F(Launch, ConnectsTheMenuBar) {
     EXPECT_TRUE(pumpUntilState(AppState::active));
 }
 
+TEST_F(Launch, AnswersWhatTheRestOfTheDesktopAsks) {
+    launch();
+    const DesktopRequests &requests = fakes.desktopService.requests;
+    requests.activate();
+    EXPECT_EQ(fakes.trace.count("settings.show"), 1);
+    requests.actions.at("settings")(seconds(1));
+    EXPECT_EQ(fakes.trace.count("settings.show"), 2);
+    requests.actions.at("save")(seconds(1));
+    EXPECT_EQ(alertTitles(), (std::vector<std::string>{"Recording is not running"}));
+    requests.actions.at("toggle")(seconds(1));
+    EXPECT_TRUE(pumpUntilState(AppState::active));
+    requests.actions.at("toggle")(seconds(2));
+    EXPECT_TRUE(pumpUntilState(AppState::inactive));
+}
+
+TEST_F(Launch, IsAskedNothingMoreOnceItQuits) {
+    launch();
+    delegate->applicationWillTerminate();
+    EXPECT_TRUE(fakes.desktopService.withdrawn);
+}
+
 TEST_F(Launch, IsNotKeptAliveByItsCallbacks) {
     launch();
     const std::weak_ptr<AppDelegate> watch = delegate;
@@ -39,6 +60,9 @@ TEST_F(Launch, IsNotKeptAliveByItsCallbacks) {
     delegate.reset();
     EXPECT_TRUE(watch.expired());
     fakes.notifications.post(NotificationName::bufferDurationChanged);
+    for (const auto &[name, action] : fakes.desktopService.requests.actions)
+        action(seconds(1));
+    fakes.desktopService.requests.activate();
     fakes.mainThread.advance(milliseconds(1000));
 }
 

@@ -4,6 +4,7 @@
 
 #include "Platform/Desktop/Alert.h"
 #include "Platform/Desktop/Application.h"
+#include "Platform/Desktop/DesktopService.h"
 #include "Platform/Desktop/Pasteboard.h"
 #include "Platform/Desktop/ScreenCapturePermission.h"
 #include "Platform/Desktop/Screens.h"
@@ -55,6 +56,15 @@ public:
 
 private:
     Trace &m_trace;
+};
+
+/// The rest of the desktop, for tests to ask in its place.
+class FakeDesktopService : public DesktopService {
+public:
+    DesktopRequests requests;
+    bool withdrawn = false;
+    void setRequests(DesktopRequests newRequests) override { requests = std::move(newRequests); }
+    void withdraw() override { withdrawn = true; }
 };
 
 /// What the status area shows, for tests to look at.

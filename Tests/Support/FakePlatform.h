@@ -37,6 +37,7 @@ struct FakePlatform {
     FakeCompressionSessionFactory compressionSessions{trace};
     FakeAssetWriterFactory assetWriters{trace, files};
     FakeApplication application{trace};
+    FakeDesktopService desktopService;
     FakeAlerts alerts{trace};
     FakeStatusBar statusBar{trace};
     FakeSymbols symbols;
@@ -69,6 +70,7 @@ struct FakePlatform {
         .compressionSessions = compressionSessions,
         .assetWriters = assetWriters,
         .application = application,
+        .desktopService = desktopService,
         .alerts = alerts,
         .statusBar = statusBar,
         .symbols = symbols,

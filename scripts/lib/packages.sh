@@ -25,6 +25,7 @@ packages_test=(
     dbus-daemon at-spi2-core fonts-dejavu-core locales
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber
     ffmpeg imagemagick xclip openssl
+    libglib2.0-bin
     util-linux
 )
 

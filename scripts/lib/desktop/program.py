@@ -110,6 +110,10 @@ class Pellaro:
         self.process = self.desktop.start(*self._arguments, env={**self.desktop.environment, **self._environment})
         return self
 
+    def start_again(self):
+        """Starts the program once more beside this run; returns that process."""
+        return self.desktop.start(*self._arguments, env={**self.desktop.environment, **self._environment})
+
     def _icon_or_end(self):
         if self.process.poll() is not None:
             raise Failed(f"Pellaro ended with {self.process.returncode} instead of starting:\n{self.output()}")

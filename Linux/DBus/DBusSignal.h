@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+
+#include <functional>
+
+namespace pellaro {
+
+/// Which signal of which sender; an empty service means any.
+struct DBusSignalSource {
+    QString service;
+    QString path;
+    QString interface;
+    QString member;
+};
+
+/// Calls a function for each signal of one kind, on the thread that made this, until it goes.
+class DBusSignal final : public QObject {
+    Q_OBJECT
+public:
+    DBusSignal(QDBusConnection bus, const DBusSignalSource &source, std::function<void(const QDBusMessage &)> received);
+
+private:
+    Q_SLOT void receive(const QDBusMessage &message);
+
+    const std::function<void(const QDBusMessage &)> m_received;
+};
+
+/// The signal that a connection sends itself when its bus is gone.
+[[nodiscard]] DBusSignalSource disconnectedSignal();
+
+} // namespace pellaro
