@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QIcon>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -31,6 +32,14 @@ constexpr std::chrono::milliseconds quitPatience(1500);
 [[noreturn]] void endWithoutDisplayServer() {
     std::fputs("[Pellaro] The connection to the X server is lost; Pellaro ends.\n", stderr);
     std::_Exit(EXIT_FAILURE);
+}
+
+std::atomic<bool> endsOfItsOwnAccord = false;
+
+/// Qt leaves by exit(), with all threads running, when it is the first to find that the X server has gone.
+void endIfQtLeft() {
+    if (!endsOfItsOwnAccord)
+        endWithoutDisplayServer();
 }
 
 /// "Contents" of the bundle that this program was started from.
@@ -98,5 +107,8 @@ int main(int argumentCount, char **arguments) {
     QApplication application(argumentCount, arguments);
     QApplication::setApplicationName("pellaro");
     QApplication::setApplicationDisplayName("Pellaro");
-    return runApplication(application);
+    std::atexit(endIfQtLeft);
+    const int result = runApplication(application);
+    endsOfItsOwnAccord = true;
+    return result;
 }
