@@ -170,10 +170,10 @@ class SoundLong(SoundCase):
     def testInStepAfterFiveMinutes(self):
         # Longer than is kept: the clip begins with sound from before its first picture, as clips of a full buffer do.
         program = self.recording(bufferDuration=300)
-        self.let_time_pass(14)
+        self.let_time_pass(22)
         signals = [self.signal()]
         for _ in range(4):
-            self.let_time_pass(72)
+            self.let_time_pass(70)
             signals.append(self.signal())
         clip = self.saved_sound(program)
         self.assert_in_step(clip, signals)
