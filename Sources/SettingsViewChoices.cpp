@@ -1,5 +1,6 @@
 #include "Sources/SettingsViewChoices.h"
 
+#include "Sources/SettingsViewMnemonics.h"
 #include "Sources/SettingsViewParts.h"
 
 #include <QBoxLayout>
@@ -137,7 +138,7 @@ SegmentedPicker::SegmentedPicker(const char *name, QWidget *parent) : QWidget(pa
 void SegmentedPicker::addSegment(int tag, const QString &label) {
     auto *segment = new Segment(this);
     segment->setObjectName(objectName() + QString::number(tag));
-    segment->setProperty("withoutMnemonic", true); // the arrow keys lead from one to the next
+    segment->setProperty(withoutMnemonic, true);
     setLabel(*segment, label);
     m_group->addButton(segment, tag);
     static_cast<QHBoxLayout *>(layout())->addWidget(segment, 1);

@@ -2,6 +2,7 @@
 
 #include "Sources/L10n.h"
 #include "Sources/SettingsViewChoices.h"
+#include "Sources/SettingsViewMnemonics.h"
 #include "Sources/SettingsViewParts.h"
 
 #include "Platform/Desktop/Screens.h"
@@ -43,7 +44,10 @@ void DisplayPicker::setScreens(const std::vector<ScreenInfo> &screens, QWidget *
     int position = 0;
     for (const ScreenInfo &screen : screens) {
         auto *row = new ChoiceRow("display" + QString::number(position), this);
-        setLabel(*row, QString::fromStdString(screen.label));
+        row->setProperty(withoutMnemonic, true); // whoever named the screens has not thought of any
+        const auto label = QString::fromStdString(screen.label);
+        row->setAccessibleName(label);
+        row->setText(QString(label).replace(u'&', "&&"));
         m_group->addButton(row, position++);
         m_column->addWidget(row);
         row->show(); // rows that come while the column is on the screen stay hidden otherwise

@@ -43,28 +43,28 @@ QList<QString> withMnemonics(const QList<QString> &texts, QString &taken) {
 }
 
 void assignMnemonics(QWidget &tab, QString taken) {
-    QList<QAbstractButton *> buttons;
     QList<QLabel *> headers;
+    QList<QAbstractButton *> buttons;
     QList<QString> texts;
-    for (auto *button : tab.findChildren<QAbstractButton *>()) {
-        if (button->property("withoutMnemonic").toBool() || button->accessibleName().isEmpty() || button->text().isEmpty())
-            continue;
-        buttons += button;
-        texts += button->accessibleName();
-    }
     for (auto *label : tab.findChildren<QLabel *>()) {
         if (!label->buddy())
             continue;
         headers += label;
         texts += label->accessibleName();
     }
+    for (auto *button : tab.findChildren<QAbstractButton *>()) {
+        if (button->property(withoutMnemonic).toBool() || button->accessibleName().isEmpty() || button->text().isEmpty())
+            continue;
+        buttons += button;
+        texts += button->accessibleName();
+    }
     const QList<QString> labels = withMnemonics(texts, taken);
-    for (qsizetype i = 0; i < buttons.size(); ++i)
-        if (buttons[i]->text() != labels[i])
-            buttons[i]->setText(labels[i]);
     for (qsizetype i = 0; i < headers.size(); ++i)
-        if (headers[i]->text() != labels[buttons.size() + i])
-            headers[i]->setText(labels[buttons.size() + i]);
+        if (headers[i]->text() != labels[i])
+            headers[i]->setText(labels[i]);
+    for (qsizetype i = 0; i < buttons.size(); ++i)
+        if (buttons[i]->text() != labels[headers.size() + i])
+            buttons[i]->setText(labels[headers.size() + i]);
 }
 
 } // namespace pellaro

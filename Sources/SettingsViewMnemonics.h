@@ -13,6 +13,9 @@ namespace pellaro {
 /// @param taken the letters in use; the ones chosen are added, in lower case.
 [[nodiscard]] QList<QString> withMnemonics(const QList<QString> &texts, QString &taken);
 
+/// The property of a button that has no mnemonic: the arrow keys lead to it from its neighbours.
+inline constexpr const char *withoutMnemonic = "withoutMnemonic";
+
 /// Gives the buttons in `tab` and the headers that lead to a control mnemonics that fit together. What they say without one is their
 /// accessible name. @param taken letters that lead somewhere else; see above.
 void assignMnemonics(QWidget &tab, QString taken);

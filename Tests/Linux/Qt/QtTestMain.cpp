@@ -24,7 +24,8 @@ int main(int argc, char **argv) {
     if (GTEST_FLAG_GET(list_tests))
         return RUN_ALL_TESTS();
     using namespace pellaro::test;
-    const XvfbServer server(1280, 720);
+    const double scale = qEnvironmentVariable("QT_SCALE_FACTOR", "1").toDouble(); // as many points, whatever the factor
+    const XvfbServer server(static_cast<int>(1280 * scale), static_cast<int>(720 * scale));
     QTemporaryDir home;
     qputenv("DISPLAY", server.displayName().c_str());
     qputenv("QT_QPA_PLATFORM", "xcb");

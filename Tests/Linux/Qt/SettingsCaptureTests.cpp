@@ -185,6 +185,13 @@ TEST_F(SettingsRecordingTab, NamesAScreenWithoutANameByItsPlace) {
     EXPECT_EQ(ScreenInfo::all(platform.screens).size(), 1u);
 }
 
+TEST_F(SettingsRecordingTab, ShowsAnAmpersandInTheNameOfAScreen) {
+    platform.screens.screens = {{1, "R&D", {0, 0, 800, 600}}};
+    show();
+    EXPECT_EQ(labelOf("display1"), "R&D (Main Display) — 800 × 600");
+    EXPECT_EQ(part<QAbstractButton>("display1")->text(), QString("R&&D (Main Display) — 800 × 600"));
+}
+
 TEST_F(SettingsRecordingTab, LetsTheUserDrawARegionOnTheChosenDisplay) {
     settings.setCaptureMode(CaptureMode::customRect);
     settings.setCaptureDisplayID(2);

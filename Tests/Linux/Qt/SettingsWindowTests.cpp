@@ -39,13 +39,13 @@ TEST_F(SettingsWindow, IsHiddenByItsCloseAndComesBackWhereItWas) {
     showAndWait();
     const QWidget *first = window();
     window()->move(37, 91);
-    window()->resize(610, 470);
-    ASSERT_TRUE(pumpUntil([] { return window()->pos() == QPoint(37, 91) && window()->size() == QSize(610, 470); }));
+    window()->resize(612, 472);
+    ASSERT_TRUE(pumpUntil([] { return window()->pos() == QPoint(37, 91) && window()->size() == QSize(612, 472); }));
     closeAndWait();
     showAndWait();
     EXPECT_EQ(window(), first);
     EXPECT_TRUE(pumpUntil([] { return window()->pos() == QPoint(37, 91); })) << window()->pos().x() << " " << window()->pos().y();
-    EXPECT_EQ(window()->size(), QSize(610, 470));
+    EXPECT_EQ(window()->size(), QSize(612, 472));
 }
 
 TEST_F(SettingsWindow, ComesBackFromItsIcon) {
@@ -63,7 +63,8 @@ TEST_F(SettingsWindow, HasFourTabsWithTheirSymbols) {
     for (int tab = 0; tab < 4; ++tab) {
         EXPECT_EQ(tabs()->tabText(tab).remove('&'), QString(titles[tab]));
         EXPECT_EQ(tabs()->widget(tab)->accessibleName(), QString(titles[tab]));
-        EXPECT_GT(tabs()->tabIcon(tab).pixmap(16, 16).toImage().pixelColor(2, 8).alpha(), 0) << "the symbol is drawn";
+        const QImage symbol = tabs()->tabIcon(tab).pixmap(16, 16).toImage();
+        EXPECT_NE(symbol, QImage(symbol.size(), symbol.format())) << "the symbol is drawn";
     }
     EXPECT_EQ(tabs()->currentIndex(), recording);
 }
