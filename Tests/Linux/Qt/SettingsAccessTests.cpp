@@ -57,7 +57,7 @@ double contrast(const QColor &text, const QColor &background) {
     const auto mix = [alpha](double over, double under) { return static_cast<float>(over * alpha + under * (1 - alpha)); };
     const QColor seen = QColor::fromRgbF(mix(text.redF(), background.redF()), mix(text.greenF(), background.greenF()),
                                          mix(text.blueF(), background.blueF()));
-    const auto [low, high] = std::minmax(luminance(seen), luminance(background));
+    const auto [low, high] = std::minmax({luminance(seen), luminance(background)}); // a list: references to the two would dangle
     return (high + 0.05) / (low + 0.05);
 }
 
