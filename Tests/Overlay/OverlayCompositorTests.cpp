@@ -81,6 +81,6 @@ TEST_P(OverlayCompositorTest, ShowsAStillHereToo) {
     EXPECT_TRUE(select());
 }
 
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayCompositorTest, testing::Values(PELLARO_TEST_SCALE), scaleName);
+INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayCompositorTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

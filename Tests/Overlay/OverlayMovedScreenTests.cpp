@@ -21,6 +21,6 @@ TEST_P(OverlayMovedScreenTest, CoversItsScreenWhereItHasMovedTo) {
     EXPECT_EQ(recorded(*rect), (PixelRect{701, 203, 400, 205}));
 }
 
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayMovedScreenTest, testing::Values(PELLARO_TEST_SCALE), scaleName);
+INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayMovedScreenTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

@@ -175,6 +175,6 @@ TEST_P(OverlayPixelTest, LeavesTheScreenAsItWasWhenNobodyPaintsIt) {
     EXPECT_TRUE(shows(screenPixels, before));
 }
 
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayPixelTest, testing::Values(PELLARO_TEST_SCALE), scaleName);
+INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayPixelTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

@@ -162,7 +162,7 @@ TEST_P(OverlaySelectTest, FollowsADragWhileAnotherButtonIsHeld) {
     expectSame(select(), {exact(100), exact(100), exact(400), exact(300)});
 }
 
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlaySelectTest, testing::Values(PELLARO_TEST_SCALE), scaleName);
+INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlaySelectTest, testing::Values(testedScale), scaleName);
 
 } // namespace
 

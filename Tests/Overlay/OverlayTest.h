@@ -68,6 +68,8 @@ private:
 };
 
 /// For the names of tests that run once for each scale factor.
+/// The scale factor of this program, or "mixed".
+extern const char *const testedScale;
 [[nodiscard]] std::string scaleName(const testing::TestParamInfo<const char *> &scale);
 
 /// The colour under the dimming.

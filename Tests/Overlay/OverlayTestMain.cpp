@@ -16,6 +16,8 @@
 
 namespace pellaro::test {
 
+extern constinit const char *const testedScale = PELLARO_TEST_SCALE; // known before any test is listed
+
 namespace {
 
 /// What the build file asks for: "one-screen", "two-screens" or "compositor".

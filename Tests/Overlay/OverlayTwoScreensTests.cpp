@@ -90,6 +90,6 @@ TEST_P(OverlayTwoScreensTest, GoesOnWhenAnotherScreenGoesAway) {
     EXPECT_EQ(recorded(*rect), (PixelRect{100, 100, 400, 300}));
 }
 
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayTwoScreensTest, testing::Values(PELLARO_TEST_SCALE), scaleName);
+INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayTwoScreensTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

@@ -49,45 +49,11 @@ struct FakePlatform {
     FakeAccessibilityPermission accessibilityPermission{trace};
     SharedInstances sharedInstances;
     TaskPool tasks;
-    Platform platform{
-        .hostClock = hostClock,
-        .wallClock = wallClock,
-        .mainThread = mainThread,
-        .tasks = tasks,
-        .locale = locale,
-        .defaults = defaults,
-        .notifications = notifications,
-        .files = files,
-        .bundle = bundle,
-        .processInfo = processInfo,
-        .processes = processes,
-        .urls = urls,
-        .systemLog = systemLog,
-        .sharedInstances = sharedInstances,
-        .shareableContent = shareableContent,
-        .captureStreams = captureStreams,
-        .contentPicker = &contentPicker,
-        .compressionSessions = compressionSessions,
-        .assetWriters = assetWriters,
-        .application = application,
-        .desktopService = desktopService,
-        .alerts = alerts,
-        .statusBar = statusBar,
-        .symbols = symbols,
-        .screenCapturePermission = screenCapturePermission,
-        .screens = screens,
-        .workspace = workspace,
-        .pasteboard = pasteboard,
-        .eventMonitors = eventMonitors,
-        .accessibilityPermission = accessibilityPermission,
-    };
+    Platform platform;
 
-    FakePlatform() { Platform::setCurrent(&platform); }
+    FakePlatform();
     /// Tasks that wait for the main thread are released, as at a quit; nothing of the platform is used after this.
-    ~FakePlatform() {
-        mainThread.end();
-        (void)tasks.waitUntilIdle(std::chrono::seconds(10));
-    }
+    ~FakePlatform();
     FakePlatform(const FakePlatform &) = delete;
     FakePlatform &operator=(const FakePlatform &) = delete;
 };
