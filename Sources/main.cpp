@@ -106,7 +106,6 @@ int main(int argumentCount, char **arguments) {
     qputenv("QT_QPA_PLATFORM", "xcb"); // also in a Wayland session: tray and recording speak X11
     QApplication application(argumentCount, arguments);
     QApplication::setApplicationName("pellaro");
-    QApplication::setApplicationDisplayName("Pellaro");
     std::atexit(endIfQtLeft);
     const int result = runApplication(application);
     endsOfItsOwnAccord = true;

@@ -26,7 +26,7 @@ class SettingsWindow:
         """The window as it is now, once it stands where it says."""
 
         def look():
-            found = next((element for element in self.desktop.accessibility.windows() if element.name.startswith(TITLES)), None)
+            found = next((element for element in self.desktop.accessibility.windows() if element.name in TITLES), None)
             return found if found and self.desktop.shows_window_at((found.x, found.y)) else None
 
         return wait_for("the settings window", look)
