@@ -71,10 +71,13 @@ class SoundCase(Case):
         self.assertAlmostEqual(max(right) / max(left), 0.5, delta=0.1)
 
     def assert_same_span(self, clip):
-        """Both tracks are equally long, to within a frame of each."""
+        """Both tracks are equally long, to within a frame of each. A machine that is busy with something else records fewer pictures:
+        then a picture lasts as long as the longest of the clip's last second."""
         (_, video), (_, sound) = clip.span("v"), clip.span("a")
-        print(f"the picture lasts {video:.3f} s, the sound {sound:.3f} s")
-        self.assertLess(abs(video - sound), AAC_FRAME + FRAME)
+        last = [at for at, _ in clip.packets() if at > video - 1]
+        picture = max([FRAME, *(after - before for before, after in zip(last, last[1:]))])
+        print(f"the picture lasts {video:.3f} s, the sound {sound:.3f} s; a picture {picture * 1000:.0f} ms")
+        self.assertLess(abs(video - sound), AAC_FRAME + picture)
 
     def assert_in_step(self, clip, signals):
         """Every flash and beep is in the clip, and nothing else that is loud; sound and picture are in step at each."""
@@ -104,7 +107,7 @@ class SoundCase(Case):
         program.left_click()
         wait_for("the icon to show the save", lambda: program.icon_picture() != active)
         menu = program.open_menu()
-        wait_for("the icon to show the recording", lambda: program.icon_picture() == active, 30)
+        wait_for("the icon to show the recording", lambda: program.icon_picture() == active, 120)
         save_last = menu.names("menu item")[0]
         program.choose(save_last, menu)
         program.alert(self.texts.saved).press("OK")
