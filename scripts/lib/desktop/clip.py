@@ -26,7 +26,9 @@ class Clip:
 
     def problems(self):
         """What the decoder complains about while it decodes every picture; empty for a sound clip."""
-        code, _, errors = _run("ffmpeg", "-v", "warning", "-xerror", "-err_detect", "explode", "-i", self.path, "-f", "null", "-")
+        # With the clip's own times: a recording that began anew may have two pictures closer to each other than its usual rate.
+        code, _, errors = _run("ffmpeg", "-v", "warning", "-xerror", "-err_detect", "explode", "-i", self.path, "-fps_mode", "passthrough",
+                               "-enc_time_base", "-1", "-f", "null", "-")
         return errors if errors or code == 0 else f"ffmpeg ended with {code}"
 
     def probe(self):
