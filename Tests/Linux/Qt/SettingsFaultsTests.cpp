@@ -141,6 +141,7 @@ TEST_F(SettingsFaults, ShowsALogThatIsNoText) {
 TEST_F(SettingsFaults, LeavesNothingOnTheServerHoweverOftenItIsOpened) {
     for (int i = 0; i < 10; ++i)
         openAndUseAndClose();
+    constexpr std::uint32_t spare = 10; // some kept pictures more or less; what stayed each time would be two hundred
     const std::uint32_t before = serverResources(static_cast<xcb_window_t>(window()->winId()));
     ASSERT_GT(before, 0u);
     for (int i = 0; i < 200; ++i)
@@ -148,7 +149,7 @@ TEST_F(SettingsFaults, LeavesNothingOnTheServerHoweverOftenItIsOpened) {
     std::uint32_t after = 0;
     const bool isBack = pumpUntil([&] { // what the last close has freed may be on its way
         after = serverResources(static_cast<xcb_window_t>(window()->winId()));
-        return after <= before;
+        return after <= before + spare;
     });
     RecordProperty("before", static_cast<int>(before));
     RecordProperty("after", static_cast<int>(after));
