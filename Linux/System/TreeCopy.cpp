@@ -67,7 +67,7 @@ private:
         check(mkdirat(targetFolder, targetName.c_str(), 0700));
         const FileDescriptor target = posix::openFileAt(targetFolder, targetName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
         for (const std::string &entry : entriesOf(source))
-            copy(source.get(), entry, target.get(), entry, path + "/" + entry);
+            copy(source.get(), entry, target.get(), entry, std::string(path).append("/").append(entry));
         // A folder's set-group bit only says whose group new files get, which is the target's own affair.
         check(fchmod(target.get(), status.st_mode & permissionBits));
         check(futimens(target.get(), timesOf(status).data()));
