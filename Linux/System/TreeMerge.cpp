@@ -34,7 +34,7 @@ bool isFolderIn(int folder, const std::string &name) {
 /// The names in the folder, those of folders first.
 std::vector<std::string> foldersFirst(const FileDescriptor &folder) {
     std::vector<std::string> names = entriesOf(folder);
-    std::ranges::stable_partition(names, [&](const std::string &name) { return isFolderIn(folder.get(), name); });
+    std::stable_partition(names.begin(), names.end(), [&](const std::string &name) { return isFolderIn(folder.get(), name); });
     return names;
 }
 

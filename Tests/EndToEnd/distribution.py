@@ -37,11 +37,15 @@ class Distribution(Case):
         machine.small_disk(folder, size)
         self.addCleanup(machine.unmount, folder)
 
-    def start(self, bundle=INSTALLED, **options):
-        """Starts the program of a bundle and waits for its icon."""
-        program = Pellaro(self.desktop, bundle, texts=self.texts, TMPDIR=str(self.temporary), **options)
+    def program(self, bundle):
+        """The program of a bundle, not started yet."""
+        program = Pellaro(self.desktop, bundle, texts=self.texts, TMPDIR=str(self.temporary))
         self._programs.append(program)
-        return program.start()
+        return program
+
+    def start(self, bundle=INSTALLED):
+        """Starts the program of a bundle and waits for its icon."""
+        return self.program(bundle).start()
 
     @staticmethod
     def running(bundle):

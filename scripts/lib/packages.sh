@@ -29,6 +29,9 @@ packages_test=(
     util-linux
 )
 
+# The compiler whose library makes up the fuzzers' inputs.
+packages_fuzz=(clang "libclang-rt-14-dev|libclang-rt-18-dev|libclang-rt-19-dev")
+
 # What .ci/run checks the sources with.
 packages_check=(git clang-format clang-tidy)
 
