@@ -73,7 +73,7 @@ std::optional<Failure> replaceInstalled(const std::string &source) {
     } catch (const PlatformError &error) {
         return Failure(L("Could not remove old version: ", "Alte Version konnte nicht entfernt werden: "), error);
     }
-    const auto failure = copyIntoPlace(source, unique);
+    auto failure = copyIntoPlace(source, unique);
     if (wasInstalled && failure)
         attempt([&] { files.moveItem(old, target); });
     else if (wasInstalled)

@@ -30,7 +30,7 @@ void forEachUnused(const std::string &folder, std::string_view prefix, const std
                 continue;
             const std::string unique = name.substr(prefix.size(), name.find('.', prefix.size()) - prefix.size());
             if (!platform.processInfo.isOfRunningProcess(unique))
-                ignoringErrors([&] { treat(folder + "/" + name); });
+                ignoringErrors([&] { treat(std::string(folder).append("/").append(name)); });
         }
     });
 }

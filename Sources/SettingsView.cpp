@@ -47,7 +47,7 @@ QList<QString> tabTitles() {
 } // namespace
 
 SettingsView::SettingsView(Platform &platform, SettingsActions actions, QWidget *parent)
-    : QTabWidget(parent), m_platform(platform), m_actions(std::move(actions)) {
+    : QTabWidget(parent), m_actions(std::move(actions)) {
     setObjectName("settingsView");
     setDocumentMode(true);
     setMinimumSize(smallestSize);

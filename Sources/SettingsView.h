@@ -40,7 +40,6 @@ private:
     void refreshSoon();
     void adoptLook();
 
-    Platform &m_platform;
     const SettingsActions m_actions;
     std::vector<SettingsTab *> m_tabs;
     CaptureTab *m_captureTab = nullptr;

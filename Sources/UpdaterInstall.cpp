@@ -73,9 +73,8 @@ void Updater::startDownloadAndInstall(const VersionInfo &info) {
         try {
             downloadAndReplace();
         } catch (const Error &error) {
-            const std::string reason = error.localizedDescription();
-            nlog("Update failed: " + reason);
-            m_platform.mainThread.post([this, reason] { showUpdateFailed(reason); });
+            nlog("Update failed: " + error.localizedDescription());
+            m_platform.mainThread.post([this, reason = error.localizedDescription()] { showUpdateFailed(reason); });
         }
     });
 }

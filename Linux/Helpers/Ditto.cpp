@@ -42,6 +42,7 @@ void askForRights(const std::string &source, const std::string &target) {
     std::vector<std::string> words{"pkexec", std::filesystem::read_symlink("/proc/self/exe"), std::filesystem::absolute(source),
                                    std::filesystem::absolute(target)};
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string &word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);

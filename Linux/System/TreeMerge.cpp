@@ -103,7 +103,7 @@ void removeAbandoned(const std::string &target) {
     const PosixProcessInfo processes;
     for (const std::string &name : namesInFolder(target))
         if (name.starts_with(stagingPrefix) && !processes.isOfRunningProcess(name.substr(std::string(stagingPrefix).size())))
-            removeIgnoringErrors(target + "/" + name);
+            removeIgnoringErrors(std::string(target).append("/").append(name));
 }
 
 std::string realPath(const std::string &path) {
