@@ -7,6 +7,8 @@ import subprocess
 import time
 from pathlib import Path
 
+from .processes import PATIENCE
+
 # Where ClockWindow draws, and how: a grid of cells of this many pixels, one bit each, see Tests/EndToEnd/ClockWindow.cpp.
 CLOCK_LEFT, CLOCK_TOP, CELL, COLUMNS, ROWS = 16, 16, 24, 8, 5
 # The row of colour fields below the grid.
@@ -15,7 +17,7 @@ SOUND_RATE = 48000  # of what `sound` gives
 
 
 def _run(*arguments):
-    done = subprocess.run(list(map(str, arguments)), stdin=subprocess.DEVNULL, capture_output=True, timeout=120)
+    done = subprocess.run(list(map(str, arguments)), stdin=subprocess.DEVNULL, capture_output=True, timeout=120 * PATIENCE)
     return done.returncode, done.stdout, done.stderr.decode(errors="replace")
 
 
