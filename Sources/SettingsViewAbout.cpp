@@ -17,7 +17,7 @@ namespace pellaro {
 namespace {
 
 constexpr int padding = 16;
-constexpr int symbolSize = 48;
+constexpr int appSymbolSize = 48;
 constexpr int lineGap = 4;
 constexpr int groupGap = 12;
 constexpr int buttonGap = 8;
@@ -57,7 +57,7 @@ SettingsText *AboutTab::addText(QVBoxLayout &column, SettingsText *text) {
 }
 
 void AboutTab::addDescription(QVBoxLayout &column) {
-    column.addWidget(new SymbolView("p.circle.fill", symbolSize, Tone::accent, this), 0, Qt::AlignCenter);
+    column.addWidget(new SymbolView("p.circle.fill", appSymbolSize, Tone::accent, this), 0, Qt::AlignCenter);
     m_title = addText(column, new SettingsText("title", TextSize::title, Tone::primary, this));
     m_version = addText(column, new SettingsText("version", TextSize::subheadline, Tone::secondary, this));
     m_lastUpdate = addText(column, new SettingsText("lastUpdate", TextSize::caption, Tone::secondary, this));

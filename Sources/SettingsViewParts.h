@@ -17,6 +17,8 @@ namespace pellaro {
 
 /// Space at the sides of every section.
 inline constexpr int sectionPadding = 16;
+/// Space between what stands in a row, and between rows that belong together.
+inline constexpr int rowSpacing = 8;
 
 /// What a text is for decides its colour in the light and in the dark.
 enum class Tone { primary, secondary, accent, good, bad, warning };

@@ -16,7 +16,6 @@ namespace pellaro {
 
 namespace {
 
-constexpr int spacing = 8;
 constexpr int statusGap = 4;
 constexpr int statusSymbolSize = 14;
 
@@ -60,13 +59,13 @@ RectPickerRow::RectPickerRow(Platform &platform, const SettingsActions &actions,
     status->addWidget(m_notSet);
     status->addStretch();
     auto *buttons = new QHBoxLayout;
-    buttons->setSpacing(spacing);
+    buttons->setSpacing(rowSpacing);
     buttons->addWidget(m_selectButton);
     buttons->addWidget(m_resetButton);
     buttons->addStretch();
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing);
+    column->setSpacing(rowSpacing);
     column->addWidget(m_header);
     column->addLayout(status);
     column->addLayout(buttons);

@@ -18,7 +18,6 @@ namespace pellaro {
 namespace {
 
 constexpr int topPadding = 16;
-constexpr int spacing = 8;
 constexpr int dividerPadding = 12;
 
 /// The folder itself or, where it is gone, what is left of the way to it.
@@ -46,18 +45,18 @@ StorageTab::StorageTab(Platform &platform, QWidget *parent)
     m_nameCaption->setWordWrap(true);
 
     auto *location = new QHBoxLayout;
-    location->setSpacing(spacing);
+    location->setSpacing(rowSpacing);
     location->addWidget(m_path, 1);
     location->addWidget(m_chooseButton);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(sectionPadding, topPadding, sectionPadding, sectionPadding);
-    column->setSpacing(spacing);
+    column->setSpacing(rowSpacing);
     column->addWidget(m_locationHeader);
     column->addLayout(location);
     column->addWidget(m_locationCaption);
-    column->addSpacing(dividerPadding - spacing);
+    column->addSpacing(dividerPadding - rowSpacing);
     column->addWidget(makeDivider(Qt::Horizontal, this));
-    column->addSpacing(dividerPadding - spacing);
+    column->addSpacing(dividerPadding - rowSpacing);
     column->addWidget(m_nameHeader);
     column->addWidget(m_name);
     column->addWidget(m_nameCaption);

@@ -8,7 +8,7 @@ namespace {
 
 /// Room for one packet in the index: its size (4) and its share of the list of pieces.
 constexpr std::int64_t indexHalfBytesPerPacket = 9;
-constexpr std::int64_t fixedIndexBytes = 800;
+constexpr std::int64_t fixedAudioIndexBytes = 800;
 /// What the samples' number does not tell: silence between them. More of it than this costs a second pass over the file.
 constexpr std::int64_t foreseenSilence = 60; // seconds
 constexpr std::int64_t framesPerPacket = 1024;
@@ -32,7 +32,7 @@ std::int64_t MovAudioInput::indexSize() const {
     const std::int64_t frames =
         static_cast<std::int64_t>(settings().expectedSampleCount) * foreseenBatch * output().sampleRate / sourceRate;
     const std::int64_t packets = (frames + foreseenSilence * output().sampleRate) / framesPerPacket + 2;
-    return fixedIndexBytes + packets * indexHalfBytesPerPacket / 2;
+    return fixedAudioIndexBytes + packets * indexHalfBytesPerPacket / 2;
 }
 
 int MovAudioInput::addTrack(MovMuxer &muxer) {

@@ -14,7 +14,7 @@ namespace {
 /// of key frames and of pieces.
 constexpr std::int64_t indexBytesPerSample = 18;
 /// The track's fixed atoms, without the decoder configuration.
-constexpr std::int64_t fixedIndexBytes = 800;
+constexpr std::int64_t fixedVideoIndexBytes = 800;
 
 bool isNotSync(const MediaSample &sample) {
     const auto &attachments = sample.attachments();
@@ -55,7 +55,7 @@ bool MovVideoInput::isSupported() const {
 }
 
 std::int64_t MovVideoInput::indexSize() const {
-    return fixedIndexBytes + static_cast<std::int64_t>(settings().sourceFormatHint->decoderConfiguration.size()) +
+    return fixedVideoIndexBytes + static_cast<std::int64_t>(settings().sourceFormatHint->decoderConfiguration.size()) +
            static_cast<std::int64_t>(settings().expectedSampleCount) * indexBytesPerSample;
 }
 

@@ -10,7 +10,7 @@ namespace pellaro {
 
 namespace {
 
-constexpr int margin = 10;     // around everything, inside the mark of the selection
+constexpr int itemMargin = 10; // around everything, inside the mark of the selection
 constexpr int textSpacing = 8; // between the picture and the title
 constexpr int iconSpacing = 6; // between the icon and the title
 constexpr double cornerRadius = 6;
@@ -50,7 +50,7 @@ void drawIcon(QPainter &painter, const QRect &place, const QImage &icon, const Q
 
 QSize WindowChooserPainter::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const {
     const int textHeight = std::max(option.fontMetrics.height(), iconSize);
-    return {pictureSize.width() + 2 * margin, pictureSize.height() + textSpacing + textHeight + 2 * margin};
+    return {pictureSize.width() + 2 * itemMargin, pictureSize.height() + textSpacing + textHeight + 2 * itemMargin};
 }
 
 void WindowChooserPainter::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const {
@@ -70,7 +70,7 @@ void WindowChooserPainter::paint(QPainter *painter, const QStyleOptionViewItem &
         painter->fillPath(mark, isSelected ? highlight : mixed(highlight, base, 0.2));
     }
 
-    const QRect room(option.rect.topLeft() + QPoint(margin, margin), pictureSize);
+    const QRect room(option.rect.topLeft() + QPoint(itemMargin, itemMargin), pictureSize);
     const auto icon = index.data(WindowChooserItems::iconRole).value<QImage>();
     const auto picture = index.data(WindowChooserItems::thumbnailRole).value<QImage>();
     if (picture.isNull()) {

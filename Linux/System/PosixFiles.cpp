@@ -12,11 +12,6 @@ namespace pellaro::posix {
 
 namespace {
 
-void check(int result) {
-    if (result != 0)
-        throw posixError(errno);
-}
-
 bool isFolder(const std::string &path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -57,6 +52,11 @@ void renameInSteps(const std::string &source, const std::string &target) {
 }
 
 } // namespace
+
+void check(int result) {
+    if (result != 0)
+        throw posixError(errno);
+}
 
 FileDescriptor openFile(const std::string &path, int flags, mode_t mode) {
     return openFileAt(AT_FDCWD, path, flags, mode);

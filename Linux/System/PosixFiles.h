@@ -10,6 +10,9 @@
 // Steps that the file manager and the user defaults share. Any thread. All throw `PlatformError` in `posixErrorDomain`.
 namespace pellaro::posix {
 
+/// What a call's result of anything but 0 means, `errno` says.
+void check(int result);
+
 /// Closed on exec. @param mode of a file that is created.
 [[nodiscard]] FileDescriptor openFile(const std::string &path, int flags, mode_t mode = 0);
 /// As `openFile`, for a name in an open folder.

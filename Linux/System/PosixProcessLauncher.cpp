@@ -18,7 +18,7 @@ namespace {
 
 constexpr int firstOtherDescriptor = 3; // after standard input, output and error
 
-void check(int error) {
+void throwIfError(int error) {
     if (error != 0)
         throw posixError(error);
 }
@@ -27,19 +27,19 @@ void check(int error) {
 class SpawnSettings {
 public:
     SpawnSettings() {
-        check(posix_spawn_file_actions_init(&m_files));
-        check(posix_spawnattr_init(&m_attributes));
-        check(posix_spawn_file_actions_addopen(&m_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
-        check(posix_spawn_file_actions_addclosefrom_np(&m_files, firstOtherDescriptor));
+        throwIfError(posix_spawn_file_actions_init(&m_files));
+        throwIfError(posix_spawnattr_init(&m_attributes));
+        throwIfError(posix_spawn_file_actions_addopen(&m_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
+        throwIfError(posix_spawn_file_actions_addclosefrom_np(&m_files, firstOtherDescriptor));
         sigset_t none{};
         sigset_t all{};
         sigemptyset(&none);
         sigfillset(&all);
         sigdelset(&all, SIGKILL);
         sigdelset(&all, SIGSTOP);
-        check(posix_spawnattr_setsigmask(&m_attributes, &none));
-        check(posix_spawnattr_setsigdefault(&m_attributes, &all));
-        check(posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
+        throwIfError(posix_spawnattr_setsigmask(&m_attributes, &none));
+        throwIfError(posix_spawnattr_setsigdefault(&m_attributes, &all));
+        throwIfError(posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
     }
     ~SpawnSettings() {
         posix_spawn_file_actions_destroy(&m_files);
@@ -104,8 +104,8 @@ int PosixProcessLauncher::run(const std::string &executable, const std::vector<s
     std::vector<std::string> variables = environment();
     const SpawnSettings settings;
     pid_t child = 0;
-    check(posix_spawn(&child, programFor(executable).c_str(), settings.files(), settings.attributes(), pointersTo(words).data(),
-                      pointersTo(variables).data()));
+    throwIfError(posix_spawn(&child, programFor(executable).c_str(), settings.files(), settings.attributes(), pointersTo(words).data(),
+                             pointersTo(variables).data()));
     return exitStatusOf(child);
 }
 

@@ -18,11 +18,6 @@ namespace {
 constexpr mode_t permissionBits = 0777;
 constexpr mode_t foreignRights = S_ISUID | S_ISGID;
 
-void check(int result) {
-    if (result != 0)
-        throw posixError(errno);
-}
-
 std::array<timespec, 2> timesOf(const struct stat &status) {
     return {status.st_atim, status.st_mtim};
 }
@@ -35,7 +30,7 @@ public:
     /// @param path of the copy, from the target's root.
     void copy(int sourceFolder, const std::string &name, int targetFolder, const std::string &targetName, const std::string &path) {
         struct stat status {};
-        check(fstatat(sourceFolder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW));
+        posix::check(fstatat(sourceFolder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW));
         if (S_ISLNK(status.st_mode))
             copyLink(sourceFolder, name, targetFolder, targetName, status);
         else if (S_ISDIR(status.st_mode))
@@ -56,27 +51,27 @@ private:
         if (static_cast<std::size_t>(length) == destination.size())
             throw posixError(EAGAIN); // it has just been replaced by a longer one
         destination.resize(static_cast<std::size_t>(length));
-        check(symlinkat(destination.c_str(), targetFolder, targetName.c_str()));
-        check(utimensat(targetFolder, targetName.c_str(), timesOf(status).data(), AT_SYMLINK_NOFOLLOW));
+        posix::check(symlinkat(destination.c_str(), targetFolder, targetName.c_str()));
+        posix::check(utimensat(targetFolder, targetName.c_str(), timesOf(status).data(), AT_SYMLINK_NOFOLLOW));
     }
 
     void copyFolder(int sourceFolder, const std::string &name, int targetFolder, const std::string &targetName, const std::string &path) {
         const FileDescriptor source = posix::openFileAt(sourceFolder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
         struct stat status {};
-        check(fstat(source.get(), &status));
-        check(mkdirat(targetFolder, targetName.c_str(), 0700));
+        posix::check(fstat(source.get(), &status));
+        posix::check(mkdirat(targetFolder, targetName.c_str(), 0700));
         const FileDescriptor target = posix::openFileAt(targetFolder, targetName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
         for (const std::string &entry : entriesOf(source))
             copy(source.get(), entry, target.get(), entry, std::string(path).append("/").append(entry));
         // A folder's set-group bit only says whose group new files get, which is the target's own affair.
-        check(fchmod(target.get(), status.st_mode & permissionBits));
-        check(futimens(target.get(), timesOf(status).data()));
+        posix::check(fchmod(target.get(), status.st_mode & permissionBits));
+        posix::check(futimens(target.get(), timesOf(status).data()));
     }
 
     void copyFile(int sourceFolder, const std::string &name, int targetFolder, const std::string &targetName, const std::string &path) {
         const FileDescriptor source = posix::openFileAt(sourceFolder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
         struct stat status {};
-        check(fstat(source.get(), &status));
+        posix::check(fstat(source.get(), &status));
         if (!S_ISREG(status.st_mode))
             throw posixError(ENOTSUP);
         if (status.st_mode & foreignRights)
@@ -84,15 +79,15 @@ private:
         if (status.st_nlink > 1) {
             const auto [first, isFirst] = m_linked.try_emplace({status.st_dev, status.st_ino}, path);
             if (!isFirst) {
-                check(linkat(m_targetRoot, first->second.c_str(), targetFolder, targetName.c_str(), 0));
+                posix::check(linkat(m_targetRoot, first->second.c_str(), targetFolder, targetName.c_str(), 0));
                 return;
             }
         }
         const FileDescriptor target = posix::openFileAt(targetFolder, targetName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
         copyContent(source, target);
-        check(fchmod(target.get(), status.st_mode & permissionBits));
-        check(futimens(target.get(), timesOf(status).data()));
-        check(fsync(target.get()));
+        posix::check(fchmod(target.get(), status.st_mode & permissionBits));
+        posix::check(futimens(target.get(), timesOf(status).data()));
+        posix::check(fsync(target.get()));
     }
 
     static void copyContent(const FileDescriptor &source, const FileDescriptor &target) {

@@ -21,11 +21,6 @@ namespace {
 constexpr const char *stagingPrefix = ".ditto-";
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
 
-void check(int result) {
-    if (result != 0)
-        throw posixError(errno);
-}
-
 bool isFolderIn(int folder, const std::string &name) {
     struct stat status {};
     return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
@@ -40,20 +35,20 @@ std::vector<std::string> foldersFirst(const FileDescriptor &folder) {
 
 struct stat statusOf(const FileDescriptor &folder) {
     struct stat status {};
-    check(fstat(folder.get(), &status));
+    posix::check(fstat(folder.get(), &status));
     return status;
 }
 
 void setModeAndTimes(const FileDescriptor &target, const struct stat &status) {
     constexpr mode_t permissionBits = 0777;
-    check(fchmod(target.get(), status.st_mode & permissionBits));
+    posix::check(fchmod(target.get(), status.st_mode & permissionBits));
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
-    check(futimens(target.get(), times.data()));
+    posix::check(futimens(target.get(), times.data()));
 }
 
 /// Looks ahead for what would stop `takePlaces` in the middle.
 void checkWritable(const FileDescriptor &staged, const FileDescriptor &target) {
-    check(faccessat(target.get(), ".", W_OK | X_OK, AT_EACCESS));
+    posix::check(faccessat(target.get(), ".", W_OK | X_OK, AT_EACCESS));
     for (const std::string &name : entriesOf(staged))
         if (isFolderIn(staged.get(), name) && isFolderIn(target.get(), name))
             checkWritable(posix::openFileAt(staged.get(), name, folderFlags), posix::openFileAt(target.get(), name, folderFlags));
@@ -65,7 +60,7 @@ void takePlace(const FileDescriptor &staged, const FileDescriptor &target, const
     if (renameat2(staged.get(), path, target.get(), path, RENAME_NOREPLACE) == 0 ||
         renameat2(staged.get(), path, target.get(), path, RENAME_EXCHANGE) == 0)
         return;
-    check(renameat(staged.get(), path, target.get(), path));
+    posix::check(renameat(staged.get(), path, target.get(), path));
 }
 
 /// The target folder becomes what the staged one is, from the inside outwards, and keeps what else it has.

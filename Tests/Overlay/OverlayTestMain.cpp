@@ -1,6 +1,6 @@
 #include "Linux/X11/X11Connection.h"
-#include "Tests/Linux/Qt/ChildProcess.h"
 #include "Tests/Linux/X11/ScreenPainter.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/WaitFor.h"
 #include "Tests/Support/XvfbServer.h"
 

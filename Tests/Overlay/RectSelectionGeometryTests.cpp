@@ -9,20 +9,20 @@ namespace pellaro {
 
 namespace {
 
-constexpr Size screen{1280, 720};
-constexpr Rect region{400, 200, 300, 150};
+constexpr Size panel{1280, 720};
+constexpr Rect drawn{400, 200, 300, 150};
 
 } // namespace
 
 TEST(RectSelectionGeometry, DrawsLinesAtOneAndTwoThirds) {
     const std::array<Line, 4> expected{Line{{500, 200}, {500, 350}}, Line{{400, 250}, {700, 250}}, Line{{600, 200}, {600, 350}},
                                        Line{{400, 300}, {700, 300}}};
-    EXPECT_EQ(thirds(region), expected);
+    EXPECT_EQ(thirds(drawn), expected);
 }
 
 TEST(RectSelectionGeometry, PutsHandlesOfTenPointsOnTheCorners) {
     const std::array<Rect, 4> expected{Rect{395, 195, 10, 10}, Rect{695, 195, 10, 10}, Rect{395, 345, 10, 10}, Rect{695, 345, 10, 10}};
-    EXPECT_EQ(handles(region), expected);
+    EXPECT_EQ(handles(drawn), expected);
 }
 
 TEST(RectSelectionGeometry, WritesSizesInWholePoints) {
@@ -35,7 +35,7 @@ TEST(RectSelectionGeometry, WritesSizesInWholePoints) {
 
 TEST(RectSelectionGeometry, PlacesTheSizeLabelBelowTheRegionOrAboveIt) {
     struct Case {
-        Rect region;
+        Rect drawn;
         Rect expected; // for a text of 90 x 14: the bubble measures 102 x 20
     };
     const std::vector<Case> cases{
@@ -47,11 +47,11 @@ TEST(RectSelectionGeometry, PlacesTheSizeLabelBelowTheRegionOrAboveIt) {
         {{-500, 200, 40, 150}, {4, 360, 102, 20}},    {{700, 350, -300, -150}, {499, 360, 102, 20}}, // the first one from its other corner
     };
     for (const Case &each : cases) {
-        const Bubble bubble = sizeLabel(each.region, {90, 14}, screen);
-        EXPECT_EQ(bubble.box, each.expected) << each.region.x << "," << each.region.y;
+        const Bubble bubble = sizeLabel(each.drawn, {90, 14}, panel);
+        EXPECT_EQ(bubble.box, each.expected) << each.drawn.x << "," << each.drawn.y;
         EXPECT_EQ(bubble.text, (Point{each.expected.x + 6, each.expected.y + 3}));
     }
-    EXPECT_EQ(sizeLabel(region, {90, 14}, {80, 720}).box.x, 4) << "wider than the screen: the left margin counts";
+    EXPECT_EQ(sizeLabel(drawn, {90, 14}, {80, 720}).box.x, 4) << "wider than the panel: the left margin counts";
 }
 
 TEST(RectSelectionGeometry, HintsAtWhatCanBeDone) {
@@ -60,17 +60,17 @@ TEST(RectSelectionGeometry, HintsAtWhatCanBeDone) {
 }
 
 TEST(RectSelectionGeometry, PlacesTheHintInTheMiddleOrNearTheBottom) {
-    const Bubble middle = hint(false, {200, 16}, screen);
+    const Bubble middle = hint(false, {200, 16}, panel);
     EXPECT_EQ(middle.box, (Rect{530, 342, 220, 26}));
     EXPECT_EQ(middle.text, (Point{540, 347}));
-    const Bubble bottom = hint(true, {400, 16}, screen);
+    const Bubble bottom = hint(true, {400, 16}, panel);
     EXPECT_EQ(bottom.box, (Rect{430, 660, 420, 26}));
     EXPECT_EQ(bottom.text, (Point{440, 665}));
 }
 
 TEST(RectSelectionGeometry, CoversThePixelsThatAreRecorded) {
     struct Case {
-        Rect region;
+        Rect drawn;
         double scale;
         PixelRect expected;
     };
@@ -87,7 +87,7 @@ TEST(RectSelectionGeometry, CoversThePixelsThatAreRecorded) {
         {{-1e300, 0, 1e300, 1e300}, 2, {-1000000, 0, 1000000, 1000000}},
     };
     for (const Case &each : cases)
-        EXPECT_EQ(pixelsOfRegion(each.region, each.scale), each.expected) << each.region.x << " at " << each.scale;
+        EXPECT_EQ(pixelsOfRegion(each.drawn, each.scale), each.expected) << each.drawn.x << " at " << each.scale;
 }
 
 TEST(RectSelectionGeometry, CoversAllPixelsOfAScreenThatIsNoWholeNumberOfPointsWide) {

@@ -20,14 +20,14 @@ TEST(Rect, IsEmptyWithoutWidthOrHeight) {
     EXPECT_FALSE((Rect{10, 10, -5, -5}).isEmpty());
 }
 
-struct Case {
+struct Conversion {
     PixelRect a;
     PixelRect b;
     PixelRect common; ///< empty where they do not overlap
     PixelRect around;
 };
 
-const std::vector<Case> cases = {
+const std::vector<Conversion> cases = {
     {{0, 0, 10, 10}, {5, 5, 10, 10}, {5, 5, 5, 5}, {0, 0, 15, 15}},
     {{0, 0, 10, 10}, {2, 3, 4, 5}, {2, 3, 4, 5}, {0, 0, 10, 10}},
     {{0, 0, 10, 10}, {0, 0, 10, 10}, {0, 0, 10, 10}, {0, 0, 10, 10}},
@@ -39,7 +39,7 @@ const std::vector<Case> cases = {
 };
 
 TEST(PixelRect, IntersectsInEitherOrder) {
-    for (const Case &item : cases) {
+    for (const Conversion &item : cases) {
         for (const PixelRect &result : {item.a.intersected(item.b), item.b.intersected(item.a)}) {
             EXPECT_GE(result.width, 0);
             EXPECT_GE(result.height, 0);
@@ -52,7 +52,7 @@ TEST(PixelRect, IntersectsInEitherOrder) {
 }
 
 TEST(PixelRect, UnitesInEitherOrder) {
-    for (const Case &item : cases) {
+    for (const Conversion &item : cases) {
         EXPECT_EQ(item.a.united(item.b), item.around);
         EXPECT_EQ(item.b.united(item.a), item.around);
     }

@@ -15,7 +15,7 @@ using test::minTicks;
 using test::RandomTimes;
 using test::Wide;
 
-constexpr int rounds = 100'000;
+constexpr int timeRounds = 100'000;
 
 int sign(Wide number) {
     return number < 0 ? -1 : number > 0 ? 1 : 0;
@@ -38,7 +38,7 @@ TEST(MediaTime, IsInvalidUnlessGivenAPositiveTimescale) {
 
 TEST(MediaTime, ComparesExactlyAcrossTimescales) {
     RandomTimes random(1);
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < timeRounds; ++round) {
         const MediaTime a = random.time();
         const MediaTime b = random.time();
         ASSERT_EQ(sign(compare(a, b)), sign(Wide(a.value) * b.timescale - Wide(b.value) * a.timescale))
@@ -58,7 +58,7 @@ TEST(MediaTime, TellsApartWhatIsOneTickApart) {
 
 TEST(MediaTime, IsTotallyOrdered) {
     RandomTimes random(2);
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < timeRounds; ++round) {
         // Few ticks and small timescales, so that equal times are frequent; now and then an invalid or the infinite one.
         const auto any = [&] {
             const std::uint64_t kind = random.below(12);
@@ -123,7 +123,7 @@ bool isNearest(double seconds, const MediaTime &time) {
 TEST(MediaTime, GivesItsSecondsAsTheNearestDouble) {
     RandomTimes random(3);
     int checked = 0;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < timeRounds; ++round) {
         const MediaTime time(random.ticks(62), random.timescale());
         const double seconds = time.seconds();
         if (std::abs(seconds) < 0.001)
@@ -131,7 +131,7 @@ TEST(MediaTime, GivesItsSecondsAsTheNearestDouble) {
         ++checked;
         ASSERT_TRUE(isNearest(seconds, time)) << toString(time);
     }
-    EXPECT_GT(checked, rounds / 4);
+    EXPECT_GT(checked, timeRounds / 4);
     EXPECT_EQ(MediaTime(1, 2).seconds(), 0.5);
     EXPECT_EQ(MediaTime(-3003, 90'000).seconds(), -3003.0 / 90'000.0);
     EXPECT_EQ(MediaTime(maxTicks, 1).seconds(), 9223372036854775808.0);
@@ -147,7 +147,7 @@ TEST(MediaTime, GivesNoNumberOfSecondsWhereItHasNone) {
 
 TEST(MediaTime, MakesTheSameTimeFromItsSeconds) {
     RandomTimes random(4);
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < timeRounds; ++round) {
         const MediaTime time(random.ticks(51), random.timescale());
         const MediaTime again = MediaTime::fromSeconds(time.seconds(), time.timescale);
         ASSERT_EQ(again.value, time.value) << toString(time);
@@ -180,7 +180,7 @@ TEST(MediaTime, RoundsSecondsToTheNearestTickAndHalvesAwayFromZero) {
 
     // Quarters of a second at small timescales have an exact product, so the nearest tick is exact too.
     RandomTimes random(5);
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < timeRounds; ++round) {
         const std::int64_t quarters = random.ticks(40);
         const auto timescale = std::int32_t(1 + random.below(1000));
         const Wide product = Wide(quarters) * timescale;

@@ -19,7 +19,7 @@ private:
     std::optional<DefaultsValue> m_value;
 };
 
-struct Case {
+struct Reading {
     std::optional<DefaultsValue> stored;
     std::int64_t integer;
     double real;
@@ -30,7 +30,7 @@ struct Case {
 TEST(UserDefaults, ReadsAnyStoredValueAsEveryType) {
     using Limits = std::numeric_limits<double>;
     const auto nothing = std::nullopt;
-    for (const Case &item : std::vector<Case>{
+    for (const Reading &item : std::vector<Reading>{
              {nothing, 0, 0, false, nothing},
              {true, 1, 1, true, nothing},
              {false, 0, 0, false, nothing},

@@ -9,7 +9,7 @@ using namespace test;
 using namespace ModifierFlags;
 
 constexpr const char *pane = "open x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility";
-constexpr KeyEvent standard{.keyCode = 36, .modifierFlags = command | shift};
+constexpr KeyEvent standardPress{.keyCode = 36, .modifierFlags = command | shift};
 constexpr KeyEvent another{.keyCode = 1, .modifierFlags = command | control};
 
 class HotkeyTest : public DelegateTest {
@@ -46,7 +46,7 @@ protected:
 
 TEST_F(HotkeySave, ComesFromAnotherProgram) {
     fakes.hostClock.set(10'000'000'000);
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     ASSERT_TRUE(pumpUntilIdle());
     EXPECT_EQ(saves(), 1);
     EXPECT_EQ(alertTitles(), (std::vector<std::string>{"Saved!"}));
@@ -54,7 +54,7 @@ TEST_F(HotkeySave, ComesFromAnotherProgram) {
 
 TEST_F(HotkeySave, ComesFromAWindowOfThisProgramWhichDoesNotGetTheKey) {
     fakes.hostClock.set(10'000'000'000);
-    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standard), KeyEventResult::swallow);
+    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standardPress), KeyEventResult::swallow);
     ASSERT_TRUE(pumpUntilIdle());
     EXPECT_EQ(saves(), 1);
 }
@@ -77,24 +77,24 @@ TEST_F(HotkeySave, ComesWithCapsLockOn) {
 
 TEST_F(HotkeySave, EndsTheClipAtThePressAndNotWhenTheMainThreadGetsRoundToIt) {
     fakes.hostClock.set(2'500'000'000);
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     fakes.hostClock.set(60'000'000'000);
     ASSERT_TRUE(pumpUntilIdle());
     EXPECT_NE(log().find("saveNow: 2 video + 0 audio chunks"), std::string::npos) << log();
 }
 
 TEST_F(HotkeySave, BeginsInALaterTurnOfTheMainThread) {
-    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standard), KeyEventResult::swallow);
+    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standardPress), KeyEventResult::swallow);
     EXPECT_EQ(delegate->currentState(), AppState::active);
     ASSERT_TRUE(pumpUntilIdle());
     EXPECT_EQ(saves(), 1);
 }
 
 TEST_F(HotkeySave, IsOneForAHeldCombination) {
-    KeyEvent repeat = standard;
+    KeyEvent repeat = standardPress;
     repeat.isRepeat = true;
     fakes.hostClock.set(10'000'000'000);
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     fakes.eventMonitors.pressInAnotherProgram(repeat);
     ASSERT_TRUE(pumpUntilIdle());
     // The alert that says where the clip is has the keyboard now.
@@ -105,9 +105,9 @@ TEST_F(HotkeySave, IsOneForAHeldCombination) {
 }
 
 TEST_F(HotkeySave, IsOneForAPressThatAnotherProgramGaveBack) {
-    KeyEvent givenBack = standard;
+    KeyEvent givenBack = standardPress;
     givenBack.wasObserved = true;
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(givenBack), KeyEventResult::swallow);
     ASSERT_TRUE(pumpUntilIdle());
     EXPECT_EQ(saves(), 1);
@@ -115,17 +115,17 @@ TEST_F(HotkeySave, IsOneForAPressThatAnotherProgramGaveBack) {
 
 TEST_F(HotkeySave, IsOneForPressesDuringASave) {
     for (int i = 0; i < 20; ++i)
-        fakes.eventMonitors.pressInAnotherProgram(standard); // even where the desktop does not tell repeats from presses
+        fakes.eventMonitors.pressInAnotherProgram(standardPress); // even where the desktop does not tell repeats from presses
     ASSERT_TRUE(pumpUntilIdle());
     EXPECT_EQ(saves(), 1);
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     ASSERT_TRUE(pumpUntilIdle());
     EXPECT_EQ(saves(), 2);
 }
 
 TEST_F(HotkeySave, DoesNotComeOnceTheDelegateIsGone) {
     ASSERT_TRUE(pumpUntilIdle());
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     delegate.reset();
     fakes.mainThread.pump();
     EXPECT_EQ(saves(), 0);
@@ -135,7 +135,7 @@ class Hotkeys : public HotkeyTest {};
 
 TEST_F(Hotkeys, PressedWhileNothingIsRecordedSaySo) {
     launch();
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     fakes.mainThread.pump();
     EXPECT_EQ(alertTitles(), (std::vector<std::string>{"Recording is not running"}));
 }
@@ -162,7 +162,7 @@ TEST_F(Hotkeys, ChangedReplaceBothMonitors) {
     EXPECT_EQ(monitorEvents(),
               (std::vector<std::string>{"monitor.remove global", "monitor.remove local", "monitor.add global", "monitor.add local"}))
         << "and with the permission there is neither a question nor an alert";
-    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standard), KeyEventResult::passOn);
+    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standardPress), KeyEventResult::passOn);
     EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(another), KeyEventResult::swallow);
     fakes.mainThread.pump();
     EXPECT_EQ(alertTitles(), (std::vector<std::string>{"Recording is not running"}));
@@ -173,7 +173,7 @@ TEST_F(Hotkeys, KeepTheOldCombinationUntilAChangeIsAnnounced) {
     AppSettings::shared().setHotkeyKeyCode(another.keyCode);
     AppSettings::shared().setHotkeyModifiers(another.modifierFlags);
     EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(another), KeyEventResult::passOn);
-    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standard), KeyEventResult::swallow);
+    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standardPress), KeyEventResult::swallow);
 }
 
 TEST_F(Hotkeys, ChangedWithoutPermissionAskForIt) {
@@ -230,7 +230,7 @@ TEST_F(Hotkeys, WorkInOtherProgramsAlsoWhereTheLocalMonitorIsMissing) {
     fakes.eventMonitors.allowsLocal = false;
     launch();
     EXPECT_EQ(fakes.eventMonitors.localCount(), 0u);
-    fakes.eventMonitors.pressInAnotherProgram(standard);
+    fakes.eventMonitors.pressInAnotherProgram(standardPress);
     fakes.mainThread.pump();
     EXPECT_EQ(alertTitles(), (std::vector<std::string>{"Recording is not running"}));
 }
@@ -243,7 +243,7 @@ TEST_F(Hotkeys, AreNoLongerWatchedAfterTheEnd) {
     delegate->applicationWillTerminate();
     EXPECT_EQ(fakes.trace.only({"session.invalidate", "monitor"}),
               (std::vector<std::string>{"session.invalidate", "monitor.remove global", "monitor.remove local"}));
-    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standard), KeyEventResult::passOn);
+    EXPECT_EQ(fakes.eventMonitors.pressInThisProgram(standardPress), KeyEventResult::passOn);
 }
 
 TEST_F(Hotkeys, StoredWithAnImpossibleKeyCodeEndTheLaunch) {

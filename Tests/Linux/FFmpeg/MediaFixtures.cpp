@@ -209,6 +209,10 @@ MediaSampleRef pcmSample(const FormatDescriptionRef &format, MediaTime time, int
     return MediaSample::make(std::move(contents));
 }
 
+double hum(double seconds) {
+    return 0.3 * std::sin(seconds * 600);
+}
+
 std::vector<MediaSampleRef> pcmBatches(double start, double seconds, const std::function<double(double)> &signal,
                                        const FormatDescriptionRef &format) {
     constexpr int batch = 1024;

@@ -72,5 +72,7 @@ private:
 /// Batches of 1,024 frames of `signal(seconds)` on all channels from `start` seconds on.
 [[nodiscard]] std::vector<MediaSampleRef> pcmBatches(double start, double seconds, const std::function<double(double)> &signal,
                                                      const FormatDescriptionRef &format = pcmFormat());
+/// Something to hear, for `pcmBatches`.
+[[nodiscard]] double hum(double seconds);
 
 } // namespace pellaro::test

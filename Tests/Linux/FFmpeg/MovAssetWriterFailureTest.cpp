@@ -15,10 +15,6 @@
 namespace pellaro::test {
 namespace {
 
-double hum(double time) {
-    return 0.3 * std::sin(time * 600);
-}
-
 TEST(MovAssetWriterFailure, SaysThatTheFolderIsMissing) {
     const TemporaryFolder folder;
     Export clip(folder.file("nowhere/clip.mp4"));

@@ -9,10 +9,6 @@
 namespace pellaro::test {
 namespace {
 
-double hum(double time) {
-    return 0.3 * std::sin(time * 600);
-}
-
 /// How many frames of video and how much sound, in seconds.
 struct Lengths {
     double video;

@@ -21,8 +21,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr double millisecond = 1e6; // nanoseconds
-
 class PulseAudioFaultsTest : public SoundServerTest {};
 
 INSTANTIATE_TEST_SUITE_P(, PulseAudioFaultsTest, allSoundServers(), soundServerName);

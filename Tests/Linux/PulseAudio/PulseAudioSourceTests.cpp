@@ -10,8 +10,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr double millisecond = 1e6; // nanoseconds
-
 class PulseAudioSourceTest : public SoundServerTest {};
 
 INSTANTIATE_TEST_SUITE_P(, PulseAudioSourceTest, allSoundServers(), soundServerName);

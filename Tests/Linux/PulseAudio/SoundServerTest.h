@@ -14,6 +14,8 @@
 
 namespace pellaro::test {
 
+inline constexpr double millisecond = 1e6; // nanoseconds
+
 /// Runs with every kind of real server; skipped by name where one is not installed.
 class SoundServerTest : public testing::TestWithParam<SoundServerKind> {
 protected:

@@ -1,7 +1,7 @@
 #include "Linux/Qt/PanelTint.h"
-#include "Tests/Linux/Qt/ChildProcess.h"
 #include "Tests/Linux/Qt/Desk.h"
 #include "Tests/Linux/Qt/TestTrayHost.h"
+#include "Tests/Support/ChildProcess.h"
 
 #include <optional>
 

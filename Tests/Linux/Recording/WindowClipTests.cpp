@@ -1,8 +1,8 @@
 #include "RecordingFixture.h"
 
 #include "Linux/X11/X11Windows.h"
-#include "Tests/Linux/Qt/ChildProcess.h"
 #include "Tests/Linux/X11/TestWindow.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/WaitFor.h"
 #include "Tests/Support/XvfbServer.h"
 

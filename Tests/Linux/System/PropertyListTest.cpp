@@ -17,7 +17,7 @@
 namespace pellaro {
 namespace {
 
-std::string document(const std::string &root) {
+std::string propertyList(const std::string &root) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n" + root + "\n</plist>\n";
 }
 
@@ -82,8 +82,8 @@ TEST(PropertyList, KeepsRealNumbersThatAreNotFinite) {
 }
 
 TEST(PropertyList, KeepsRealNumbersInsideOtherValues) {
-    const std::string xml = document("<dict><key>a</key><array><real>-0.0</real><string>&lt;real&gt;1&lt;/real&gt;</string><dict><key>b"
-                                     "</key><real>0.1</real></dict></array><key>c</key><real>1e-7</real></dict>");
+    const std::string xml = propertyList("<dict><key>a</key><array><real>-0.0</real><string>&lt;real&gt;1&lt;/real&gt;</string><dict><key>b"
+                                         "</key><real>0.1</real></dict></array><key>c</key><real>1e-7</real></dict>");
     const std::string written = parsed(xml).xml();
     EXPECT_NE(written.find("<real>-0</real>"), std::string::npos);
     EXPECT_NE(written.find("<real>0.1</real>"), std::string::npos);
@@ -103,7 +103,7 @@ TEST(PropertyList, ReadsAndWritesNumbersAlikeInALocaleWithADecimalComma) {
                   ASSERT_STREQ(std::localeconv()->decimal_point, ",");
                   expectSameBits(0.5);
                   expectSameBits(123.456);
-                  EXPECT_EQ(parsed(document("<dict><key>a</key><real>1.25</real></dict>")).value("a"), DefaultsValue(1.25));
+                  EXPECT_EQ(parsed(propertyList("<dict><key>a</key><real>1.25</real></dict>")).value("a"), DefaultsValue(1.25));
                   EXPECT_STREQ(std::localeconv()->decimal_point, ",");
               }),
               0);
@@ -137,7 +137,7 @@ TEST(PropertyList, PutsAReplacementWhereXmlCannotHoldACharacter) {
 }
 
 TEST(PropertyList, WritesOnlyWhatXmlCanHoldWhereverItWasReadFrom) {
-    const PropertyList list = parsed(binary(document("<dict><key>key</key><string>a\x01\r</string><key>k\x02</key><true/></dict>")));
+    const PropertyList list = parsed(binary(propertyList("<dict><key>key</key><string>a\x01\r</string><key>k\x02</key><true/></dict>")));
     EXPECT_EQ(list.value("key"), DefaultsValue(std::string("a\uFFFD\r")));
     const std::string xml = list.xml();
     EXPECT_EQ(xml.find_first_of("\x01\x02\r"), std::string::npos);
@@ -163,15 +163,15 @@ TEST(PropertyList, ReplacesAValueWithOneOfAnotherType) {
     EXPECT_EQ(list.value("other"), std::nullopt);
 }
 
-const std::string everyType = document("<dict>"
-                                       "<key>array</key><array><integer>1</integer><string>two</string><array/></array>"
-                                       "<key>dict</key><dict><key>inner</key><false/></dict>"
-                                       "<key>data</key><data>AAECAwQFBgcICQ==</data>"
-                                       "<key>date</key><date>2026-06-28T14:57:01Z</date>"
-                                       "<key>huge</key><integer>18446744073709551600</integer>"
-                                       "<key>negative</key><integer>-16</integer>"
-                                       "<key>text</key><string>text</string>"
-                                       "</dict>");
+const std::string everyType = propertyList("<dict>"
+                                           "<key>array</key><array><integer>1</integer><string>two</string><array/></array>"
+                                           "<key>dict</key><dict><key>inner</key><false/></dict>"
+                                           "<key>data</key><data>AAECAwQFBgcICQ==</data>"
+                                           "<key>date</key><date>2026-06-28T14:57:01Z</date>"
+                                           "<key>huge</key><integer>18446744073709551600</integer>"
+                                           "<key>negative</key><integer>-16</integer>"
+                                           "<key>text</key><string>text</string>"
+                                           "</dict>");
 
 TEST(PropertyList, CarriesTypesAlongThatAreNoDefaults) {
     for (const std::string &bytes : {everyType, binary(everyType)}) {
@@ -189,9 +189,9 @@ TEST(PropertyList, CarriesTypesAlongThatAreNoDefaults) {
 
 TEST(PropertyList, RefusesWhatIsNotADictionary) {
     for (const std::string &bytes :
-         {std::string(), std::string("\n"), std::string("hello"), std::string("{}"), std::string(1000, '\0'), document(""),
-          document("<array/>"), document("<string>text</string>"), std::string("<dict></dict"), std::string("<html><body/></html>"),
-          binary(document("<array><true/></array>")), std::string("bplist00"), "bplist00" + std::string(32, '\xFF')})
+         {std::string(), std::string("\n"), std::string("hello"), std::string("{}"), std::string(1000, '\0'), propertyList(""),
+          propertyList("<array/>"), propertyList("<string>text</string>"), std::string("<dict></dict"), std::string("<html><body/></html>"),
+          binary(propertyList("<array><true/></array>")), std::string("bplist00"), "bplist00" + std::string(32, '\xFF')})
         EXPECT_FALSE(PropertyList::parse(bytes)) << bytes;
 }
 
@@ -210,7 +210,7 @@ std::string nested(int depth, const std::string &opening, const std::string &clo
         text += opening;
     for (int level = 1; level < depth; ++level)
         text += closing;
-    return document(text + "</dict>");
+    return propertyList(text + "</dict>");
 }
 
 TEST(PropertyList, RefusesContainersThatWouldExhaustTheStack) {
@@ -227,7 +227,7 @@ TEST(PropertyList, CountsOnlyContainersInsideEachOther) {
     std::string text = "<dict>";
     for (int item = 0; item < 1000; ++item)
         text += "<key>k" + std::to_string(item) + "</key><array><dict/><array /></array>";
-    EXPECT_TRUE(PropertyList::parse(document(text + "</dict>")));
+    EXPECT_TRUE(PropertyList::parse(propertyList(text + "</dict>")));
 }
 
 /// A binary property list of `levels` arrays, each of which holds the next one `references` times, below the root's "k".

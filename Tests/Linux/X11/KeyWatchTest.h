@@ -6,9 +6,12 @@
 #include "Tests/Support/WaitFor.h"
 #include "Tests/Support/XvfbServer.h"
 
+#include <cstdint>
 #include <gtest/gtest.h>
 
 namespace pellaro::test {
+
+inline constexpr std::uint16_t codeOfReturn = 36;
 
 /// A program with one window that watches the keyboard, another program, and someone who types.
 class KeyWatchTest : public testing::Test {

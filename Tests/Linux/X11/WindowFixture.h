@@ -4,7 +4,7 @@
 #include "TestWindow.h"
 
 #include "Linux/X11/X11Windows.h"
-#include "Tests/Linux/Qt/ChildProcess.h"
+#include "Tests/Support/ChildProcess.h"
 
 #include <algorithm>
 #include <memory>

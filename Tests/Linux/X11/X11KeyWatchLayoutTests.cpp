@@ -11,8 +11,6 @@ namespace {
 using namespace test;
 using namespace ModifierFlags;
 
-constexpr std::uint16_t codeOfReturn = 36;
-
 /// What must be the same under every layout.
 class X11KeyWatchLayouts : public KeyWatchTest {
 protected:

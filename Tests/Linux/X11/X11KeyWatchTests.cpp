@@ -10,7 +10,7 @@ namespace {
 using namespace test;
 using namespace ModifierFlags;
 
-constexpr std::uint16_t codeOfReturn = 36, codeOfS = 1;
+constexpr std::uint16_t codeOfS = 1;
 using X11KeyWatchTest = KeyWatchTest;
 
 TEST_F(X11KeyWatchTest, SeesAPressInAnotherProgramWhichGetsItToo) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tests/Linux/Qt/ChildProcess.h"
+#include "Tests/Support/ChildProcess.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "Tests/Linux/Qt/ChildProcess.h"
+#include "Tests/Support/ChildProcess.h"
 
 #include <csignal>
 #include <stdexcept>
