@@ -10,7 +10,7 @@
 namespace pellaro {
 
 struct Screen {
-    std::uint32_t displayID = 0; ///< as `ShareableDisplay::displayID`; 0 when unknown
+    std::uint32_t displayID = 0; ///< as `ShareableDisplay::displayID`, a device description's "NSScreenNumber"; 0 when unknown
     std::string localizedName;   ///< may be empty
     Rect frame;                  ///< points, in the space that all screens share
     bool operator==(const Screen &) const = default;
