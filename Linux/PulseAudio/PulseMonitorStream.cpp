@@ -8,8 +8,8 @@ using namespace sound;
 
 namespace {
 
-/// The server renders in blocks of half of this: batches are complete soon after they were played, at 50 wakeups a second.
-constexpr std::uint32_t fragmentBytes = framesPerSecond / 25 * bytesPerFrame;
+/// The server renders in blocks of half of this: batches are complete soon after they were played, at 100 wakeups a second.
+constexpr std::uint32_t fragmentBytes = framesPerSecond / 50 * bytesPerFrame;
 /// What a server says of a sink's delay beyond this is not true.
 constexpr pa_usec_t longestDelay = 5'000'000; // microseconds
 

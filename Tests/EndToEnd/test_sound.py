@@ -149,7 +149,7 @@ class Sound(SoundCase):
             clip = self.saved_clip(program)
             (_, video), (_, sound) = clip.span("v"), clip.span("a")
             print(f"the sound ends {(video - sound) * 1000:+.0f} ms before the picture")
-            self.assertLess(abs(video - sound), 0.15 * PATIENCE)
+            self.assertLess(abs(video - sound), 0.1 * PATIENCE)
 
 
 class SoundWithPipeWire(Sound):
