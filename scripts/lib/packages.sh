@@ -15,8 +15,9 @@ packages_build=(
     python3 python3-gi
 )
 
-# To start the program: what is loaded at run time and not linked.
-packages_run=(qt6-qpa-plugins "libqt6svg6|qt6-svg-plugins" qt6-translations-l10n dbus)
+# To start the program: what is loaded or called at run time and not linked. Distributions that have the plug-ins for SVG in a package of
+# their own have the library's package as well. The certificates are what the updater trusts; gdbus is what the desktop entry calls.
+packages_run=(qt6-qpa-plugins "qt6-svg-plugins|libqt6svg6" qt6-translations-l10n dbus ca-certificates libglib2.0-bin)
 
 # A desktop to run it on where there is none: scripts/demo, and the tests.
 packages_test=(
@@ -25,12 +26,16 @@ packages_test=(
     dbus-daemon at-spi2-core fonts-dejavu-core locales
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber
     ffmpeg imagemagick xclip openssl
-    libglib2.0-bin
+    desktop-file-utils appstream
     util-linux
 )
 
 # The compiler whose library makes up the fuzzers' inputs.
 packages_fuzz=(clang "libclang-rt-14-dev|libclang-rt-18-dev|libclang-rt-19-dev")
+
+# To make the packages, and to try them in a clean system: scripts/package, scripts/package-test.
+packages_package=(dpkg-dev file librsvg2-bin zip)
+packages_package_test=(debootstrap)
 
 # What .ci/run checks the sources with.
 packages_check=(git clang-format clang-tidy)
@@ -46,6 +51,13 @@ package_missing() {
     for name in "${alternatives[@]}"; do
         package_installed "$name" && return
     done
+    package_name "$1"
+}
+
+# Prints the first alternative of the entry $1 that the distribution has.
+package_name() {
+    local alternatives name
+    IFS='|' read -ra alternatives <<<"$1"
     for name in "${alternatives[@]}"; do
         if [ ${#alternatives[@]} -eq 1 ] || [ -n "$(apt-cache --quiet=2 madison "$name" 2>/dev/null)" ]; then
             echo "$name"
