@@ -32,6 +32,11 @@ def unmount(target):
     _check(_libc.umount2(str(target).encode(), _MNT_DETACH), f"umount {target}")
 
 
+def bind(source, target):
+    """Shows a file, or a folder with all that is mounted in it, at the target as well."""
+    mount(source, target, flags=_MS_BIND | _MS_REC)
+
+
 def small_disk(folder, size):
     """Puts an empty disk in memory of so many bytes at the folder."""
     mount("tmpfs", folder, "tmpfs", options=f"size={size},mode=755")
@@ -67,10 +72,10 @@ def _take_over(entry, target):
         target.symlink_to(os.readlink(entry))
     elif entry.is_dir():
         target.mkdir()
-        mount(entry, target, flags=_MS_BIND | _MS_REC)
+        bind(entry, target)
     else:
         target.touch()
-        mount(entry, target, flags=_MS_BIND)
+        bind(entry, target)
 
 
 def _bring_up_loopback():
@@ -84,9 +89,9 @@ def name_hosts(folder, *names):
     """The names lead to this machine, and no others lead anywhere."""
     hosts = Path(folder) / "hosts"
     hosts.write_text(f"127.0.0.1 localhost {' '.join(names)}\n", encoding="ascii")
-    mount(hosts, "/etc/hosts", flags=_MS_BIND)
+    bind(hosts, "/etc/hosts")
 
 
 def trust(folder):
     """The certificates in the folder are those of the authorities that this machine trusts, and there are no others."""
-    mount(folder, "/etc/ssl/certs", flags=_MS_BIND)
+    bind(folder, "/etc/ssl/certs")

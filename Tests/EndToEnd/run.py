@@ -1,5 +1,9 @@
-"""Runs the end-to-end case of a name; --list prints the names of all of them, each followed by its labels."""
+"""Runs the end-to-end case of a name; --list prints the names of all of them, each followed by its labels.
 
+The cases are those of the folder PELLARO_CASES of the environment, and of this folder where it is not set.
+"""
+
+import os
 import sys
 import unittest
 from pathlib import Path
@@ -23,7 +27,7 @@ def name_of(case):
 
 
 def main():
-    found = {name_of(case): case for case in cases(unittest.TestLoader().discover(str(HERE), pattern="test_*.py"))}
+    found = {name_of(case): case for case in cases(unittest.TestLoader().discover(os.environ.get("PELLARO_CASES", str(HERE)), pattern="test_*.py"))}
     if sys.argv[1:] == ["--list"]:
         for name in sorted(found):
             print(name, *getattr(found[name], "LABELS", ()))
