@@ -75,11 +75,15 @@ void collectReals(plist_t node, std::vector<double> &reals) {
     std::free(iterator);
 }
 
+bool isBinary(std::string_view bytes) {
+    return plist_is_binary(bytes.data(), static_cast<std::uint32_t>(bytes.size())) != 0;
+}
+
 plist_t parsed(std::string_view bytes) {
     const PlainNumbers guard;
     plist_t root = nullptr;
     const auto length = static_cast<std::uint32_t>(bytes.size());
-    if (plist_is_binary(bytes.data(), length))
+    if (isBinary(bytes))
         plist_from_bin(bytes.data(), length, &root);
     else
         plist_from_xml(bytes.data(), length, &root);
@@ -100,7 +104,10 @@ std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
     Node root(parsed(bytes));
     if (!root || plist_get_node_type(root.get()) != PLIST_DICT)
         return std::nullopt;
-    return PropertyList(std::move(root));
+    PropertyList list(std::move(root));
+    // A binary list means what it becomes when it is written: it can hold several values of one key, of which the first would count
+    // before and the last afterwards, and keys that libplist itself does not bear to be asked for.
+    return isBinary(bytes) ? parse(list.xml()) : std::move(list);
 }
 
 std::optional<DefaultsValue> PropertyList::value(const std::string &key) const {

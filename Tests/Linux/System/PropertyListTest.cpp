@@ -275,5 +275,21 @@ TEST(PropertyList, RefusesABinaryContainerThatHoldsItself) {
     EXPECT_FALSE(PropertyList::parse(bytes));
 }
 
+TEST(PropertyList, ReadsTheLastOfSeveralValuesOfOneKeyInBothNotations) {
+    const std::string xml = R"(<plist version="1.0"><dict><key>a</key><integer>1</integer><key>a</key><integer>2</integer></dict></plist>)";
+    // The root refers to object 1, the key, twice, and to the objects 2 and 3, the numbers 1 and 2.
+    const std::string objects("\xD2\x01\x01\x02\x03Qa\x10\x01\x10\x02", 11);
+    const std::string table("\x08\x0D\x0F\x11", 4);
+    const std::string trailer = std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') + "\x04" + std::string(15, '\0') + "\x13";
+    for (const std::string &bytes : {xml, "bplist00" + objects + table + trailer}) {
+        const auto list = PropertyList::parse(bytes);
+        ASSERT_TRUE(list);
+        EXPECT_EQ(list->value("a"), DefaultsValue(std::int64_t(2)));
+        const auto again = PropertyList::parse(list->xml());
+        ASSERT_TRUE(again);
+        EXPECT_EQ(again->value("a"), DefaultsValue(std::int64_t(2)));
+    }
+}
+
 } // namespace
 } // namespace pellaro
