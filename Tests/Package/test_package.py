@@ -1,11 +1,17 @@
 """Both packages in a clean system: installed, run, updated, removed. scripts/package-test makes the system."""
 
 import configparser
+import os
 import shlex
 import shutil
+import stat
 import subprocess
+import tempfile
+import unittest
+import zipfile
+from pathlib import Path
 
-from clean_system import PACKAGE, SHIPPED, CleanSystem
+from clean_system import ARCHIVE, PACKAGE, SHIPPED, CleanSystem
 from distribution import INSTALLED
 from release import build_of, is_whole
 
@@ -91,6 +97,40 @@ class Packaged(CleanSystem):
         other.rmdir()
         other.parent.rmdir()
         self.assert_nothing_left()
+
+
+class Contents(unittest.TestCase):
+    """What lies in the packages, without starting any of it."""
+
+    def setUp(self):
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        subprocess.run(["dpkg-deb", "--extract", PACKAGE, self.folder], check=True)
+        self.bundle = self.folder / "Applications/Pellaro.app"
+
+    def testBothHoldTheSameBundle(self):
+        with zipfile.ZipFile(ARCHIVE) as archive:
+            entries = {entry.filename.rstrip("/"): entry for entry in archive.infolist()}
+            installed = [self.bundle, *self.bundle.rglob("*")]
+            self.assertEqual(set(entries), {str(path.relative_to(self.bundle.parent)) for path in installed})
+            for path in installed:
+                entry = entries[str(path.relative_to(self.bundle.parent))]
+                self.assertEqual(stat.S_IMODE(entry.external_attr >> 16), stat.S_IMODE(path.stat().st_mode), path)
+                if path.is_file():
+                    self.assertEqual(archive.read(entry), path.read_bytes(), path)
+
+    def testNothingInItNamesTheFolderItWasBuiltIn(self):
+        project = os.fsencode(Path(__file__).resolve().parent.parent.parent)
+        files = [path for path in self.folder.rglob("*") if path.is_file() and not path.is_symlink()]
+        self.assertGreater(len(files), 20)
+        self.assertEqual([path for path in files if project in path.read_bytes()], [])
+
+    def testItsProgramsLookForLibrariesWhereTheSystemHasThem(self):
+        programs = [*self.bundle.glob("Contents/Linux/*"), *self.bundle.glob("Contents/Helpers/*")]
+        self.assertEqual(sorted(path.name for path in programs), ["Pellaro", "ditto", "open"])
+        for program in programs:
+            dynamic = subprocess.run(["readelf", "--dynamic", "--wide", program], check=True, capture_output=True, text=True).stdout
+            self.assertIn("(NEEDED)", dynamic)
+            self.assertNotRegex(dynamic, r"\((RPATH|RUNPATH)\)")
 
 
 class Archive(CleanSystem):
