@@ -41,7 +41,7 @@ namespace pellaro {
 struct LinuxPlatform::Services {
     Services(QApplication &qtApplication, const Options &options)
         : bundle(options.infoFile), symbols(std::filesystem::path(options.resourcesFolder) / "symbols"),
-          application(qtApplication, mainThread, alerts, notifications), statusBar(application, symbols),
+          application(qtApplication, mainThread, alerts, notifications), statusBar(application, symbols, desktopService.bus()),
           shareableContent({}, qtApplication.devicePixelRatio()), screens({}, qtApplication.devicePixelRatio()),
           screenStreams({.displayName = {},
                          .scaleFactor = qtApplication.devicePixelRatio(),

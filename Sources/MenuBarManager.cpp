@@ -36,6 +36,16 @@ std::shared_ptr<MenuBarManager> MenuBarManager::create(Platform &platform) {
         if (const auto self = weak.lock())
             self->statusItemClicked();
     });
+    manager->m_statusItem->setStandingMenu({.willOpen =
+                                                [weak = std::weak_ptr(manager)] {
+                                                    if (const auto self = weak.lock())
+                                                        self->m_saveRequestedAt = self->m_platform.hostClock.now();
+                                                },
+                                            .make =
+                                                [weak = std::weak_ptr(manager)] {
+                                                    const auto self = weak.lock();
+                                                    return self ? self->makeMenu() : Menu{};
+                                                }});
     manager->updateState(AppState::inactive);
     return manager;
 }

@@ -62,8 +62,8 @@ private:
     Platform &m_platform;
     AppSettings &m_settings;
     std::unique_ptr<StatusItem> m_statusItem;
-    /// Host-clock time of the latest click on the status item: a save from its menu ends there, so that the seconds spent in
-    /// the menu are not part of the clip.
+    /// Host-clock time of the latest click on the status item, or of the latest opening of a menu that the status area opens by
+    /// itself: a save from the menu ends there, so that the seconds spent in the menu are not part of the clip.
     MediaTime m_saveRequestedAt = MediaTime::invalid();
 };
 

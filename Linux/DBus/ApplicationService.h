@@ -32,6 +32,9 @@ public:
     /// Takes the name, or asks the instance that has it to come forward. Waits for the bus and for that instance. Call it once.
     [[nodiscard]] InstanceRole claim();
 
+    /// The connection to the session bus, which other services of the program share; not connected where there is no bus.
+    [[nodiscard]] const QDBusConnection &bus() const { return m_bus; }
+
     void setRequests(DesktopRequests requests) override;
     void withdraw() override;
 

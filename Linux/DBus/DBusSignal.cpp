@@ -4,7 +4,8 @@ namespace pellaro {
 
 DBusSignal::DBusSignal(QDBusConnection bus, const DBusSignalSource &source, std::function<void(const QDBusMessage &)> received)
     : m_received(std::move(received)) {
-    bus.connect(source.service, source.path, source.interface, source.member, this, SLOT(receive(QDBusMessage)));
+    bus.connect(source.service, source.path, source.interface, source.member, source.firstArguments, QString(), this,
+                SLOT(receive(QDBusMessage)));
 }
 
 void DBusSignal::receive(const QDBusMessage &message) {
@@ -12,7 +13,7 @@ void DBusSignal::receive(const QDBusMessage &message) {
 }
 
 DBusSignalSource disconnectedSignal() {
-    return {{}, "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected"};
+    return {{}, "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", {}};
 }
 
 } // namespace pellaro

@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
+#include <QStringList>
 
 #include <functional>
 
@@ -14,6 +15,7 @@ struct DBusSignalSource {
     QString path;
     QString interface;
     QString member;
+    QStringList firstArguments; ///< when not empty: only those that begin with these texts
 };
 
 /// Calls a function for each signal of one kind, on the thread that made this, until it goes.

@@ -55,7 +55,13 @@ TrayIconWindow::TrayIconWindow(TrayIconCallbacks callbacks) : m_callbacks(std::m
     connectToServer();
 }
 
-TrayIconWindow::~TrayIconWindow() = default;
+// The icon has left the tray when this returns: it may appear elsewhere at once.
+TrayIconWindow::~TrayIconWindow() {
+    if (!m_connection)
+        return;
+    undock();
+    m_connection->sync();
+}
 
 void TrayIconWindow::connectToServer() {
     m_connection = std::make_unique<TrayConnection>();

@@ -25,4 +25,12 @@ struct Menu {
     std::function<void()> didClose;
 };
 
+/// The menu for status areas that open one by themselves, where others tell of clicks. It can do everything that clicks can do.
+struct StandingMenu {
+    /// Called at the moment at which it opens, before `make`.
+    std::function<void()> willOpen;
+    /// The menu as of now: asked for when it opens, and when what is in it may have changed. Nobody tells when it closes.
+    std::function<Menu()> make;
+};
+
 } // namespace pellaro

@@ -26,6 +26,7 @@ public:
     virtual void setAction(std::function<void()> action) = 0;
     /// While a menu is attached, a click opens it instead of calling the action. Nothing detaches.
     virtual void setMenu(std::optional<Menu> menu) = 0;
+    virtual void setStandingMenu(StandingMenu menu) = 0;
     /// As if the item was clicked: opens the attached menu under it and returns at once.
     virtual void performClick() = 0;
     /// Closes the open menu, if any.

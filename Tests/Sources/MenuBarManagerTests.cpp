@@ -66,6 +66,28 @@ TEST_F(MenuBar, ShowsEachStateWithItsIconAndTooltip) {
     }
 }
 
+TEST_F(MenuBar, GivesStatusAreasThatOpenMenusThemselvesOneThatCanDoEverything) {
+    std::vector<std::string> titles;
+    for (const MenuItem &entry : item().standingMenu.make().items)
+        titles.push_back(entry.title);
+    EXPECT_EQ(titles, (std::vector<std::string>{"Save last 1 Minute", "", "Start Recording", "", "Settings …", "", "Quit Pellaro"}));
+    state = AppState::active;
+    EXPECT_EQ(item().standingMenu.make().items[2].title, "Stop Recording");
+    item().standingMenu.make().items[2].action();
+    EXPECT_TRUE(fakes.trace.contains("toggle"));
+}
+
+TEST_F(MenuBar, SavesUpToTheMomentAtWhichTheStatusAreaOpenedTheMenu) {
+    state = AppState::active;
+    fakes.hostClock.set(20'000'000'000);
+    item().standingMenu.willOpen();
+    const Menu menu = item().standingMenu.make();
+    fakes.hostClock.set(30'000'000'000);
+    menu.items[0].action();
+    ASSERT_EQ(saves.size(), 1U);
+    EXPECT_EQ(saves[0].seconds(), 20);
+}
+
 TEST_F(MenuBar, ShowsTheLetterWhereTheSymbolIsMissing) {
     fakes.symbols.missing = {"p.circle.fill"};
     show(AppState::active);

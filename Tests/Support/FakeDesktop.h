@@ -75,6 +75,7 @@ struct StatusItemState {
     std::string toolTip;
     std::function<void()> action;
     std::optional<Menu> menu;
+    StandingMenu standingMenu;
     bool exists = false;
 };
 
@@ -94,6 +95,7 @@ public:
         m_trace.add(menu ? "menu.attach" : "menu.detach");
         m_state.menu = std::move(menu);
     }
+    void setStandingMenu(StandingMenu menu) override { m_state.standingMenu = std::move(menu); }
     void performClick() override { m_trace.add("menu.open"); }
     void cancelTracking() override { m_trace.add("menu.cancel"); }
 

@@ -38,7 +38,7 @@ struct Desk {
     QtAlertPresenter alerts;
     QtApplication application{*qApp, mainThread, alerts, notifications};
     QtSymbols symbols{PELLARO_SYMBOLS};
-    QtStatusBar statusBar{application, symbols};
+    QtStatusBar statusBar{application, symbols, QDBusConnection(QString())}; // no session bus
 
     /// Does `action` from the event loop once `condition` holds, after everything asked before. When that does not come within ten
     /// seconds the test fails and all alerts are closed.

@@ -16,6 +16,7 @@
 #include "Sources/SettingsWindowController.h"
 #include "Tests/Support/FakePlatform.h"
 
+#include <QDBusConnection>
 #include <QPushButton>
 #include <QStyleFactory>
 #include <QTabWidget>
@@ -124,7 +125,7 @@ int run(QApplication &qt, const std::string &window) {
     QtApplication application(qt, mainThread, alerts, notifications);
     application.setActivationPolicy(ActivationPolicy::accessory);
     const QtSymbols symbols(PELLARO_SYMBOLS);
-    QtStatusBar statusBar(application, symbols);
+    QtStatusBar statusBar(application, symbols, QDBusConnection::sessionBus());
     SettingsWindowController settings(fakes.platform, {.selectRegion = [](const Screen &, std::optional<Rect>) { return std::nullopt; },
                                                        .checkForUpdates = [] {},
                                                        .isInApplications = [] { return false; },
