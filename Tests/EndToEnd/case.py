@@ -19,10 +19,11 @@ class Case(unittest.TestCase):
     language = "en_US.UTF-8"
     texts = ENGLISH
     screen = (1280, 720)
+    tray = True  # whether the desktop has an X11 tray
     maxDiff = None
 
     def setUp(self):
-        self.desktop = self.enterContext(Desktop(*self.screen, language=self.language))
+        self.desktop = self.enterContext(Desktop(*self.screen, language=self.language, tray=self.tray))
         self._programs = []
         self.addCleanup(self._show_output)
 

@@ -36,11 +36,12 @@ class Window:
 
 
 class Desktop:
-    """X server, window manager, tray host, session bus with accessibility, and an empty home folder. Use it in a `with`."""
+    """X server, window manager, tray host (unless `tray` is false), session bus with accessibility, and an empty home folder. Use it in
+    a `with`."""
 
-    def __init__(self, width=1280, height=720, language="en_US.UTF-8"):
+    def __init__(self, width=1280, height=720, language="en_US.UTF-8", tray=True):
         self.width, self.height = width, height
-        self._language = language
+        self._language, self._tray = language, tray
         self.children = Children()
 
     def __enter__(self):
@@ -73,6 +74,10 @@ class Desktop:
         self.start("openbox", "--sm-disable")
         # A status area that comes up together with the window manager may never be shown.
         wait_for("the window manager", lambda: b"window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
+        if self._tray:
+            self.start_tray()
+
+    def start_tray(self):
         self.start("trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request", "--height", "32", "--SetDockType", "true")
         # Small and hidden as long as there is no icon in it.
         wait_for("the status area", lambda: any(window.window_class == "trayer" for window in self.tree()))

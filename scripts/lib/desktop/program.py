@@ -96,7 +96,7 @@ class Pellaro:
         self.defaults_file.write_bytes(plistlib.dumps(values))
 
     def start(self):
-        """Starts the program and waits for its icon."""
+        """Starts the program and waits for its icon in the tray."""
         self.launch()
         wait_for("the icon in the status area", self._icon_or_end, 20)
         self._idle_icon = self.stable_icon()
