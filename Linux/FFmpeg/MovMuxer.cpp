@@ -2,7 +2,9 @@
 
 #include "Linux/FFmpeg/LibavError.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace pellaro {
 
@@ -61,13 +63,41 @@ void MovMuxer::writeHeader(AVIOContext *io) {
     checkLibav(avformat_write_header(m_context.get(), options.address()));
 }
 
-void MovMuxer::write(int track, AVPacket &packet) {
-    packet.stream_index = track;
-    checkLibav(av_write_frame(m_context.get(), &packet));
+void MovMuxer::write(int track, PacketPtr packet) {
+    packet->stream_index = track;
+    const AVStream &stream = *m_context->streams[track];
+    if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+        if (m_picture)
+            m_lastDistance = packet->dts - m_picture->dts;
+        packet = std::exchange(m_picture, std::move(packet));
+    } else {
+        m_soundEnd = av_rescale_q(packet->pts + packet->duration, stream.time_base, {1, videoTimescale});
+    }
+    if (packet)
+        pass(std::move(packet));
+}
+
+void MovMuxer::finishPackets() {
+    if (!m_picture)
+        return;
+    if (m_picture->duration == 0)
+        m_picture->duration = lastPictureDuration(m_picture->pts, m_lastDistance, m_soundEnd);
+    pass(std::move(m_picture));
+}
+
+void MovMuxer::pass(PacketPtr packet) {
+    checkLibav(av_write_frame(m_context.get(), packet.get()));
 }
 
 void MovMuxer::writeTrailer() {
     checkLibav(av_write_trailer(m_context.get()));
+}
+
+std::int64_t lastPictureDuration(std::int64_t begin, std::int64_t previous, std::optional<std::int64_t> soundEnd) {
+    constexpr std::int64_t shortest = MovMuxer::videoTimescale / 60;
+    if (!soundEnd || previous <= shortest)
+        return previous;
+    return std::clamp(*soundEnd - begin, shortest, previous);
 }
 
 } // namespace pellaro

@@ -3,6 +3,9 @@
 #include "Linux/FFmpeg/LibavPointers.h"
 #include "Platform/Media/FormatDescription.h"
 
+#include <cstdint>
+#include <optional>
+
 namespace pellaro {
 
 /// libavformat's MP4 muxer with the settings every clip has: no metadata, edit lists, colours tagged. One thread at a time.
@@ -21,15 +24,27 @@ public:
 
     /// Begins the file. Throws `PlatformError`. @param io must outlive the muxer.
     void writeHeader(AVIOContext *io);
-    /// Packets of one track in the order of their decode times, which increase strictly. Throws `PlatformError`.
-    void write(int track, AVPacket &packet);
-    /// Writes the index.
+    /// Packets of one track in the order of their decode times, which increase strictly. A picture without a duration lasts until the
+    /// next; for the last one see `lastPictureDuration`. Throws `PlatformError`.
+    void write(int track, PacketPtr packet);
+    /// All packets have been written. Throws `PlatformError`.
+    void finishPackets();
+    /// Writes the index, after `finishPackets`. Throws `PlatformError`.
     void writeTrailer();
 
 private:
     AVStream *newStream();
+    void pass(PacketPtr packet);
 
     FormatContextPtr m_context;
+    PacketPtr m_picture; // the last one, held back until it is known how long it lasts
+    std::int64_t m_lastDistance = videoTimescale / 30;
+    std::optional<std::int64_t> m_soundEnd; // ticks of the video track
 };
+
+/// How long the last picture is shown when nobody has said so: as long as the one before, but not on beyond the end of the sound, which
+/// is where a clip ends that was asked for while the next picture was not there yet. Half a frame at least, so that every player shows it.
+/// All in ticks of the video track. @param soundEnd nothing without sound.
+[[nodiscard]] std::int64_t lastPictureDuration(std::int64_t begin, std::int64_t previous, std::optional<std::int64_t> soundEnd);
 
 } // namespace pellaro

@@ -74,9 +74,7 @@ bool MovVideoInput::makePackets(const MediaSample &sample, const MediaTime &time
     packet->pts = when->presentation;
     packet->dts = when->decode;
     const std::optional<std::int64_t> duration = trackTicks(sample.duration());
-    if (m_lastDecode)
-        m_lastDuration = when->decode - *m_lastDecode;
-    packet->duration = duration && *duration > 0 ? *duration : m_lastDuration;
+    packet->duration = std::max<std::int64_t>(0, duration.value_or(0));
     m_lastDecode = when->decode;
     const std::int64_t position = microseconds(when->decode);
     packets.push_back({std::move(packet), position, position});

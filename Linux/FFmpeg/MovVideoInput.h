@@ -8,7 +8,7 @@ namespace pellaro {
 ///
 /// A sample whose parameter sets are not the track's brings them along in front of its picture, in memory of its own. Times are
 /// rounded to the track's clock and pushed apart where they do not increase. A sample lasts until the next; the last one as long as it
-/// says, or else as long as the one before.
+/// says, or else as `lastPictureDuration` has it.
 class MovVideoInput final : public MovAssetWriterInput {
 public:
     explicit MovVideoInput(AssetWriterInputSettings settings) : MovAssetWriterInput(std::move(settings)) {}
@@ -31,8 +31,7 @@ private:
     [[nodiscard]] PacketPtr makePacket(const MediaSample &sample);
 
     std::optional<std::int64_t> m_lastDecode; // ticks
-    std::int64_t m_lastDuration = MovMuxer::videoTimescale / 30;
-    FormatDescriptionRef m_format; // whose parameter sets a decoder has after the last sample
+    FormatDescriptionRef m_format;            // whose parameter sets a decoder has after the last sample
 };
 
 } // namespace pellaro

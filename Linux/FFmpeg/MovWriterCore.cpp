@@ -130,7 +130,7 @@ bool MovWriterCore::write(int track, std::vector<TimedPacket> packets) {
 void MovWriterCore::writeReadyPacketsLocked() {
     try {
         while (auto next = m_interleaver->takeNext())
-            m_muxer->write(next->track, *next->packet);
+            m_muxer->write(next->track, std::move(next->packet));
         if (m_file->error()) // what the buffer before the file took may have failed since
             throw *m_file->error();
     } catch (const PlatformError &error) {
@@ -189,6 +189,7 @@ void MovWriterCore::complete() {
     }
     std::optional<PlatformError> failure;
     try {
+        muxer->finishPackets();
         file->beginIndex();
         muxer->writeTrailer();
         file->finish();

@@ -209,6 +209,31 @@ TEST(MovAssetWriter, LetsTheLastSampleLastAsLongAsItSays) {
     }
 }
 
+TEST(MovAssetWriter, EndsTheLastPictureWithTheSound) {
+    const TemporaryFolder folder;
+    const auto video = movingVideo(0.1);
+    for (const auto &[sound, earliest, latest] : {std::tuple{0.15, 0.14, 0.18}, {0.05, 0.116, 0.117}, {1.0, 0.199, 0.201}}) {
+        Export clip(folder.file(std::to_string(sound) + ".mp4"));
+        clip.addVideo({at(video[0], {0, 1}), at(video[1], {1, 10})});
+        clip.addAudio(pcmBatches(0, sound, hum));
+        ASSERT_EQ(clip.run(), AssetWriterStatus::completed);
+        const DecodedFile file(clip.path);
+        EXPECT_GT(file.videoDuration, earliest) << sound;
+        EXPECT_LT(file.videoDuration, latest) << sound;
+        EXPECT_EQ(file.pictures.size(), 2U);
+    }
+}
+
+TEST(MovMuxer, LetsALastPictureLastAsLongAsTheOneBeforeButNotOnBeyondTheSound) {
+    EXPECT_EQ(lastPictureDuration(9000, 3000, std::nullopt), 3000);
+    EXPECT_EQ(lastPictureDuration(9000, 3000, 20'000), 3000);
+    EXPECT_EQ(lastPictureDuration(9000, 3000, 11'000), 2000);
+    EXPECT_EQ(lastPictureDuration(9000, 3000, 9'100), 1500) << "half a frame at least";
+    EXPECT_EQ(lastPictureDuration(9000, 3000, 0), 1500) << "the sound had ended long before";
+    EXPECT_EQ(lastPictureDuration(9000, 22'500, 12'000), 3000) << "a screen that stood still";
+    EXPECT_EQ(lastPictureDuration(9000, 1000, 9'100), 1000) << "one that was short anyway";
+}
+
 TEST(MovAssetWriter, BringsAlongParameterSetsThatChange) {
     const TemporaryFolder folder;
     auto samples = movingVideo(0.2);
@@ -245,6 +270,8 @@ TEST(MovAssetWriter, RefersToTheSamplesMemoryInsteadOfCopyingIt) {
     ASSERT_TRUE(clip.video->append(at(video[2], {15, 10}))); // waits for sound
     EXPECT_EQ(payload.use_count(), before + 1);
     clip.audio->markAsFinished();
+    EXPECT_EQ(payload.use_count(), before + 1) << "may be the last one, whose length is not known yet";
+    ASSERT_TRUE(clip.video->append(at(video[1], {16, 10})));
     EXPECT_EQ(payload.use_count(), before) << "let go when written";
     ASSERT_EQ(clip.finish(), AssetWriterStatus::completed);
 }
