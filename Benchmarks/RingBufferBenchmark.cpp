@@ -1,41 +1,33 @@
-#include "Sources/RingBuffer.h"
+#include "Benchmarks/StreamedRecording.h"
 
 #include "Tests/Support/FakePlatform.h"
-#include "Tests/Support/Samples.h"
 
 #include <benchmark/benchmark.h>
+
+#include <utility>
+#include <vector>
 
 namespace pellaro {
 namespace {
 
-constexpr std::int64_t nanosecond = 1'000'000'000;
-
-/// A recording as it arrives: 30 pictures and 46.875 batches of sound a second.
-class Recording {
-public:
-    void append(RingBuffer &buffer) {
-        const bool isAudio = m_audioTime <= m_videoTime;
-        std::int64_t &time = isAudio ? m_audioTime : m_videoTime;
-        buffer.append(isAudio ? test::audioSample(MediaTime(time, nanosecond)) : test::videoSample(MediaTime(time, nanosecond)), isAudio);
-        time += isAudio ? nanosecond * 1024 / 48000 : nanosecond / 30;
-    }
-    [[nodiscard]] bool isBefore(double seconds) const { return static_cast<double>(m_videoTime) < seconds * nanosecond; }
-
-private:
-    std::int64_t m_videoTime = 0;
-    std::int64_t m_audioTime = 0;
-};
-
-/// Appending to a full buffer; making the sample is part of the figure.
+/// Appending to a full buffer, and letting go what has become too old. The samples are made beforehand, some thousands at a time, and
+/// belong to the buffer alone: what it drops is freed.
 void append(benchmark::State &state) {
+    constexpr benchmark::IterationCount atATime = 4096;
     test::FakePlatform fakes;
-    const double duration = static_cast<double>(state.range(0));
-    RingBuffer buffer(fakes.platform, duration);
-    Recording recording;
-    while (recording.isBefore(duration + 1))
-        recording.append(buffer);
-    for (auto _ : state)
-        recording.append(buffer);
+    RingBuffer buffer(fakes.platform, static_cast<double>(state.range(0)));
+    bench::StreamedRecording recording;
+    recording.fill(buffer);
+    std::vector<std::pair<MediaSampleRef, bool>> samples;
+    while (state.KeepRunningBatch(atATime)) {
+        state.PauseTiming();
+        samples.clear();
+        for (benchmark::IterationCount i = 0; i < atATime; ++i)
+            samples.push_back(recording.next());
+        state.ResumeTiming();
+        for (auto &[sample, isAudio] : samples)
+            buffer.append(std::exchange(sample, nullptr), isAudio);
+    }
 }
 BENCHMARK(append)->Arg(15)->Arg(60)->Arg(300);
 
@@ -44,9 +36,7 @@ void retrieve(benchmark::State &state) {
     test::FakePlatform fakes;
     const double duration = static_cast<double>(state.range(0));
     RingBuffer buffer(fakes.platform, duration);
-    Recording recording;
-    while (recording.isBefore(duration + 1))
-        recording.append(buffer);
+    bench::StreamedRecording().fill(buffer);
     for (auto _ : state)
         benchmark::DoNotOptimize(buffer.retrieve(duration));
 }

@@ -44,4 +44,41 @@ FakePlatform::~FakePlatform() {
     (void)tasks.waitUntilIdle(std::chrono::seconds(10));
 }
 
+Platform platformWith(FakePlatform &fakes, HostClock &clock, FileManager &files, ShareableContentProvider &content,
+                      CaptureStreamFactory &streams, CompressionSessionFactory &sessions, AssetWriterFactory &writers) {
+    const Platform &fake = fakes.platform;
+    return {
+        .hostClock = clock,
+        .wallClock = fake.wallClock,
+        .mainThread = fake.mainThread,
+        .tasks = fake.tasks,
+        .locale = fake.locale,
+        .defaults = fake.defaults,
+        .notifications = fake.notifications,
+        .files = files,
+        .bundle = fake.bundle,
+        .processInfo = fake.processInfo,
+        .processes = fake.processes,
+        .urls = fake.urls,
+        .systemLog = fake.systemLog,
+        .sharedInstances = fake.sharedInstances,
+        .shareableContent = content,
+        .captureStreams = streams,
+        .contentPicker = nullptr,
+        .compressionSessions = sessions,
+        .assetWriters = writers,
+        .application = fake.application,
+        .desktopService = fake.desktopService,
+        .alerts = fake.alerts,
+        .statusBar = fake.statusBar,
+        .symbols = fake.symbols,
+        .screenCapturePermission = fake.screenCapturePermission,
+        .screens = fake.screens,
+        .workspace = fake.workspace,
+        .pasteboard = fake.pasteboard,
+        .eventMonitors = fake.eventMonitors,
+        .accessibilityPermission = fake.accessibilityPermission,
+    };
+}
+
 } // namespace pellaro::test

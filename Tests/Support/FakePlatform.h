@@ -58,4 +58,8 @@ struct FakePlatform {
     FakePlatform &operator=(const FakePlatform &) = delete;
 };
 
+/// The platform of `fakes` with real services on the way of a recording from the screen to the file. All of them outlive it.
+[[nodiscard]] Platform platformWith(FakePlatform &fakes, HostClock &clock, FileManager &files, ShareableContentProvider &content,
+                                    CaptureStreamFactory &streams, CompressionSessionFactory &sessions, AssetWriterFactory &writers);
+
 } // namespace pellaro::test

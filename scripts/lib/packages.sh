@@ -30,6 +30,9 @@ packages_test=(
     util-linux
 )
 
+# To measure: scripts/bench.
+packages_bench=(valgrind libxtst6)
+
 # The compiler whose library makes up the fuzzers' inputs.
 packages_fuzz=(clang "libclang-rt-14-dev|libclang-rt-18-dev|libclang-rt-19-dev")
 

@@ -13,48 +13,11 @@ namespace {
 
 constexpr double bufferSeconds = 300;
 
-Platform platformOf(FakePlatform &fakes, HostClock &clock, FileManager &files, ShareableContentProvider &content,
-                    CaptureStreamFactory &streams, CompressionSessionFactory &sessions, AssetWriterFactory &writers) {
-    const Platform &fake = fakes.platform;
-    return {
-        .hostClock = clock,
-        .wallClock = fake.wallClock,
-        .mainThread = fake.mainThread,
-        .tasks = fake.tasks,
-        .locale = fake.locale,
-        .defaults = fake.defaults,
-        .notifications = fake.notifications,
-        .files = files,
-        .bundle = fake.bundle,
-        .processInfo = fake.processInfo,
-        .processes = fake.processes,
-        .urls = fake.urls,
-        .systemLog = fake.systemLog,
-        .sharedInstances = fake.sharedInstances,
-        .shareableContent = content,
-        .captureStreams = streams,
-        .contentPicker = nullptr,
-        .compressionSessions = sessions,
-        .assetWriters = writers,
-        .application = fake.application,
-        .desktopService = fake.desktopService,
-        .alerts = fake.alerts,
-        .statusBar = fake.statusBar,
-        .symbols = fake.symbols,
-        .screenCapturePermission = fake.screenCapturePermission,
-        .screens = fake.screens,
-        .workspace = fake.workspace,
-        .pasteboard = fake.pasteboard,
-        .eventMonitors = fake.eventMonitors,
-        .accessibilityPermission = fake.accessibilityPermission,
-    };
-}
-
 } // namespace
 
 Recording::Recording(const std::string &displayName)
     : m_content(displayName), m_streams({displayName, 1, m_clock, [this] { ++m_lostConnections; }}),
-      m_platform(platformOf(m_fakes, m_clock, m_files, m_content, m_streams, m_compressionSessions, m_assetWriters)),
+      m_platform(platformWith(m_fakes, m_clock, m_files, m_content, m_streams, m_compressionSessions, m_assetWriters)),
       m_buffer(m_platform, bufferSeconds), m_encoder(VideoEncoder::create(m_platform)), m_engine(CaptureEngine::create(m_platform)) {
     m_engine->setOnVideoSample([this](const MediaSampleRef &sample) { receive(sample); });
     m_encoder->setOnEncodedSample([this](const MediaSampleRef &sample) { m_buffer.append(sample, false); });
