@@ -107,6 +107,8 @@ def bytes_per_second(clip, begin):
     """Of the pictures from the first key frame after `begin` seconds to the last key frame."""
     all_packets = packets(clip)
     keys = [packet.at for packet in all_packets if packet.is_key and packet.at >= begin]
+    if len(keys) < 2:
+        raise AssertionError(f"{clip} is too short: a key frame and the next one are needed after {begin} s")
     return sum(packet.size for packet in all_packets if keys[0] <= packet.at < keys[-1]) / (keys[-1] - keys[0])
 
 
@@ -117,9 +119,9 @@ def ssim(clip, film, corner, begin, height, count=60):
     first = next(index for index, packet in enumerate(packets(clip)) if packet.at >= begin)
     wanted = shown[first:first + count]
     area = f"crop={film.width}:{height}"
-    graph = (f"[0:v]{area}:0:0:exact=1,scale=out_color_matrix=bt709:out_range=tv,format=gray,setpts=N/TB/30[source];"
+    graph = (f"[0:v]{area}:0:0:exact=1,scale=out_color_matrix=bt709:out_range=tv,format=gray,settb=1/30,setpts=N[source];"
              f"[1:v]trim=start_frame={first}:end_frame={first + len(wanted)},{area}:{corner[0]}:{corner[1]}:exact=1,format=yuv420p,"
-             "extractplanes=y,setpts=N/TB/30[seen];[seen][source]ssim")
+             "extractplanes=y,settb=1/30,setpts=N[seen];[seen][source]ssim")
     with subprocess.Popen(["ffmpeg", "-v", "info", "-nostats", "-f", "rawvideo", "-pix_fmt", "bgr0", "-video_size", f"{film.width}x{film.height}",
                            "-framerate", "30", "-i", "-", "-i", str(clip), "-lavfi", graph, "-f", "null", "-"],
                           stdin=subprocess.PIPE, stderr=subprocess.PIPE) as ffmpeg, open(film.path, "rb") as source:

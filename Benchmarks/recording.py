@@ -6,7 +6,7 @@ from dataclasses import dataclass
 
 import film as films
 from desktop.sound import PULSEAUDIO, SoundServer
-from measuring import Figure, cores_used, resident_bytes
+from measuring import Figure, cores_used, proportional_bytes, resident_bytes
 from stage import HEIGHT, WIDTH, Stage
 
 WARM_UP = 3  # seconds until everybody does what he then goes on doing
@@ -26,7 +26,7 @@ class Run:
     cores: float
     clip: str = ""
     memory: int = 0  # bytes beyond those held, at the end
-    page_bytes: float = 0
+    share: int = 0  # the same, of shared memory the process's share only
 
 
 def _ratio(name, ours, theirs, note=""):
@@ -45,10 +45,11 @@ class Scene:
         with self.stage.recording(**settings) as program:
             time.sleep(WARM_UP)
             run = Run(cores_used(program.process.pid, self.seconds))
-            resident = resident_bytes(program.process.pid)
+            resident, share = resident_bytes(program.process.pid), proportional_bytes(program.process.pid)
             if save_as:
                 clip = self.stage.saved(program)
-                run.memory = resident - clip.stat().st_size
+                held = clip.stat().st_size
+                run.memory, run.share = resident - held, share - held
                 run.clip = clip.rename(self.folder / save_as)
             return run
 
@@ -105,7 +106,8 @@ def _moving(name, stage, seconds, folder, film, height, region=None):
     corner = (film.x, film.y)
     kept = [[films.kept(run.clip, film, corner, BURST) for run in runs] for runs in (ours, theirs)]
     likeness = [[films.ssim(run.clip, film, corner, BURST, height) for run in runs] for runs in (ours, theirs)]
-    rates = [[films.bytes_per_second(run.clip, BURST) for run in runs] for runs in (ours, theirs)]
+    rates = [[films.bytes_per_second(run.clip, BURST) / each.per_second for run, each in zip(runs, seen)]
+             for runs, seen in zip((ours, theirs), kept)]
     per_second = [each.per_second for each in kept[0]]
     seen_by_peer = statistics.median(each.per_second for each in kept[1])
     figures = [
@@ -117,8 +119,9 @@ def _moving(name, stage, seconds, folder, film, height, region=None):
         Figure(f"{name}-ssim", statistics.median(mine - other for mine, other in zip(*likeness)),
                tuple(mine - other for mine, other in zip(*likeness)), f"{likeness[0][-1]:.5f} to {likeness[1][-1]:.5f}"),
         Figure(f"{name}-bytes", statistics.median(mine / other for mine, other in zip(*rates)),
-               tuple(mine / other for mine, other in zip(*rates)), f"{rates[0][-1] * 8e-6:.2f} to {rates[1][-1] * 8e-6:.2f} Mbit/s"),
-        Figure(f"{name}-memory", max(run.memory for run in ours) / MEGABYTE, tuple(run.memory / MEGABYTE for run in ours)),
+               tuple(mine / other for mine, other in zip(*rates)), f"{rates[0][-1]:.0f} to {rates[1][-1]:.0f} for each different picture"),
+        Figure(f"{name}-memory", max(run.memory for run in ours) / MEGABYTE, tuple(run.memory / MEGABYTE for run in ours),
+               f"{max(run.share for run in ours) / MEGABYTE:.0f} MB where shared memory counts by its share"),
     ]
     if parts:
         figures.append(_ratio("region-cpu", parts, ours))

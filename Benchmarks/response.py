@@ -78,7 +78,7 @@ def icon(build, _seconds, folder):
                 released = screen.button(False)
                 took.append((screen.first_change(area, before) - released) / MILLISECOND)
                 wait_for("the clip", program.clips, 60)
-                screen.point(WIDTH - 2, HEIGHT - 2)
+                stage.rest_pointer()
         screen.close()
     return [Figure("click-to-icon", statistics.median(took), tuple(took))]
 
@@ -96,7 +96,6 @@ def gap(build, _seconds, folder, held=40):
             saved = time.monotonic() - begin
             wait_for("the icon to leave the saving state", lambda: "Export OK" in program.log(), 60)
             time.sleep(1)
-            # A click on the icon cannot be used while the alert is open in front of everything; the request from outside can.
             asked = stage.ask("save")
             clip = wait_for("the second clip", lambda: next((path for path in program.clips() if path != first_clip), None), 60)
             packets = films.packets(clip)

@@ -1,7 +1,6 @@
 """Where recordings are measured: a virtual desktop with something to see on it, Pellaro, and what people would use instead."""
 
 import contextlib
-import os
 import time
 from pathlib import Path
 
@@ -24,14 +23,17 @@ class Stage:
 
     def __enter__(self):
         self.desktop.__enter__()
-        # The status area's corner: the pointer is in nobody's picture there.
-        self.desktop.move_pointer(WIDTH - 2, HEIGHT - 2)
+        self.rest_pointer()
         # Nobody reads the windows here, and what a screen reader costs is not asked.
         self.desktop.environment.pop("QT_LINUX_ACCESSIBILITY_ALWAYS_ON")
         return self
 
     def __exit__(self, *reason):
         self.desktop.__exit__(*reason)
+
+    def rest_pointer(self):
+        """Takes the pointer to the lower left corner: in no film, and not on the icon, which would say what it is."""
+        self.desktop.move_pointer(2, HEIGHT - 2)
 
     def tool(self, name):
         return self.build / "Benchmarks" / name
@@ -92,6 +94,3 @@ class Stage:
             yield process
         finally:
             end_child(process, 20)
-
-    def clip_file(self, name):
-        return os.path.join(self.desktop.folder, name)
