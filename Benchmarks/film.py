@@ -75,8 +75,8 @@ def packets(clip):
 def numbers(clip, film, corner):
     """The number that each picture of the recording shows of the film, whose upper left corner is at `corner` there."""
     width = BITS * CELL
-    data = _ffmpeg("-i", clip, "-vf", f"crop={width}:{CELL}:{corner[0]}:{corner[1]}:exact=1,format=gray", "-fps_mode", "passthrough", "-f", "rawvideo",
-                   "-").stdout
+    area = f"crop={width}:{CELL}:{corner[0]}:{corner[1]}:exact=1,format=gray"
+    data = _ffmpeg("-i", clip, "-vf", area, "-fps_mode", "passthrough", "-f", "rawvideo", "-").stdout
     found = []
     for begin in range(0, len(data), width * CELL):
         middle = data[begin + width * (CELL // 2):][:width]
