@@ -6,7 +6,7 @@ from dataclasses import dataclass
 
 from case import Case, FRAME
 from desktop.clip import SOUND_RATE
-from desktop.processes import PATIENCE, wait_for
+from desktop.processes import wait_for
 from desktop.program import STARTED
 from desktop.sound import PIPEWIRE, PULSEAUDIO, SoundServer, missing
 
