@@ -11,6 +11,8 @@
 #include "Platform/System/NotificationCenter.h"
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -55,6 +57,9 @@ public:
     /// Saves what is buffered up to `cutoff` (host clock; invalid: up to now) and tells the user where. Returns at once. A call
     /// during a save is ignored.
     void saveNow(MediaTime cutoff = MediaTime::invalid());
+    /// Waits until no clip is being written, at most `timeout`; returns whether none is. Any thread; a save does not need the main
+    /// thread until its clip is written.
+    [[nodiscard]] bool waitUntilClipIsWritten(std::chrono::milliseconds timeout);
 
 private:
     AppDelegate(Platform &platform, Windows windows);
@@ -94,6 +99,7 @@ private:
 
     // AppDelegateSave.cpp: the save flow and its alerts
     void runSave(double duration, MediaTime cutoff, const std::string &savePath, const std::string &outputURL);
+    void noteClipWritten();
     void finishSave(const std::function<void()> &ending);
     void resetSavingStateAfterFailure(const std::string &outputURL, const std::exception &error);
     void showNotCapturingAlert();
@@ -116,6 +122,10 @@ private:
     std::atomic<bool> m_isCapturing = false;
     /// Atomic: written on the main thread, read for `currentState` from any.
     std::atomic<bool> m_isSaving = false;
+
+    std::mutex m_writingLock;
+    std::condition_variable m_writingEnded;
+    bool m_isWriting = false; // guarded by m_writingLock; from the request until the clip is there or has failed
 
     /// Held while a sample passes, so that a sample that was under way when recording stopped neither starts the encoder again
     /// nor lands in the emptied buffer.

@@ -39,6 +39,10 @@ void AppDelegate::saveNow(MediaTime cutoff) {
         return;
     }
     m_isSaving = true;
+    {
+        std::lock_guard lock(m_writingLock);
+        m_isWriting = true;
+    }
     m_menuBar->updateState(AppState::saving);
     const std::string savePath = m_settings.savePath();
     // The name is fixed now: the file carries the moment of the request, however long the export takes.
@@ -69,15 +73,28 @@ void AppDelegate::runSave(double duration, MediaTime cutoff, const std::string &
     try {
         buffer->exportToMP4(chunks, outputURL);
     } catch (const Error &error) {
+        noteClipWritten();
         m_platform.mainThread.run([&] { resetSavingStateAfterFailure(outputURL, error); });
         return;
     }
     finishSave([&] { showSaveConfirmation(outputURL); });
 }
 
+bool AppDelegate::waitUntilClipIsWritten(std::chrono::milliseconds timeout) {
+    std::unique_lock lock(m_writingLock);
+    return m_writingEnded.wait_for(lock, timeout, [this] { return !m_isWriting; });
+}
+
+void AppDelegate::noteClipWritten() {
+    std::lock_guard lock(m_writingLock);
+    m_isWriting = false;
+    m_writingEnded.notify_all();
+}
+
 /// The way out of every save: back to recording, then `ending`, on the main thread. Whether recording still runs is not asked: it
 /// cannot be stopped during a save, and a failure of the capture shows at its next change.
 void AppDelegate::finishSave(const std::function<void()> &ending) {
+    noteClipWritten();
     m_platform.mainThread.run([&] {
         m_isSaving = false;
         m_menuBar->updateState(AppState::active);

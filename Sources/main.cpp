@@ -21,16 +21,25 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 namespace {
 
 /// How long a quit waits for a save that is under way. What is not finished then stays under its hidden name.
 constexpr std::chrono::milliseconds quitPatience(1500);
+/// And how long where the user did not choose the moment, because the session ends.
+constexpr std::chrono::milliseconds sessionPatience(10000);
 
-/// The program cannot go on without its display, and an orderly end needs the display too.
+/// The delegate while the program runs, for those who find on some thread that the display has gone.
+std::atomic<std::weak_ptr<pellaro::AppDelegate>> runningDelegate;
+
+/// The program cannot go on without its display, and an orderly end needs the display too. Where no session manager announces the end of
+/// the session this is how it ends: a clip that is being written is finished.
 [[noreturn]] void endWithoutDisplayServer() {
     std::fputs("[Pellaro] The connection to the X server is lost; Pellaro ends.\n", stderr);
+    if (const auto delegate = runningDelegate.load().lock())
+        (void)delegate->waitUntilClipIsWritten(sessionPatience);
     std::_Exit(EXIT_FAILURE);
 }
 
@@ -80,10 +89,13 @@ int runApplication(QApplication &qtApplication) {
         AppDelegate::create(platform, {.showSettings = [&settingsWindow] { settingsWindow.show(); }, .selectRegion = selectRegion});
     platform.application.setActivationPolicy(ActivationPolicy::accessory);
     platform.application.setDelegate(delegate);
+    runningDelegate = delegate;
     platform.application.run();
 
     desktop.endMainThread();
     PelLog::shared().flush();
+    if (platform.application.endsWithSession() && !delegate->waitUntilClipIsWritten(sessionPatience))
+        std::_Exit(EXIT_SUCCESS);
     // A task may wait for something that never comes now, a disk for instance; a quit must not.
     if (!platform.tasks.waitUntilIdle(quitPatience))
         std::_Exit(EXIT_SUCCESS);

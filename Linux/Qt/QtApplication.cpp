@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds timeForTheNextWindow{250};
 
 QtApplication::QtApplication(QApplication &application, QtMainThread &mainThread, QtAlertPresenter &alerts,
                              NotificationCenter &notifications)
-    : m_mainThread(mainThread), m_alerts(alerts), m_notifications(notifications), m_signals([this] { terminate(); }) {
+    : m_mainThread(mainThread), m_alerts(alerts), m_notifications(notifications), m_signals([this] { endWithSession(); }) {
     application.installEventFilter(this);
     connect(&application, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) { noteActive(state == Qt::ApplicationActive); });
@@ -83,6 +83,12 @@ void QtApplication::terminate() {
     QCoreApplication::exit(0);
 }
 
+void QtApplication::endWithSession() {
+    if (!m_terminated)
+        m_endsWithSession = true;
+    terminate();
+}
+
 void QtApplication::activateIgnoringOtherApps() {
     if (QWidget *window = frontWindow())
         bringToFront(*window);
@@ -104,8 +110,8 @@ QWidget *QtApplication::frontWindow() const {
 
 bool QtApplication::eventFilter(QObject *object, QEvent *event) {
     switch (event->type()) {
-    case QEvent::Quit:
-        terminate();
+    case QEvent::Quit: // the session manager's, among others: nothing of the program itself sends it
+        endWithSession();
         return true;
     case QEvent::Show:
     case QEvent::WindowActivate:

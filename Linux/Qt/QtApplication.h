@@ -14,7 +14,8 @@ class NotificationCenter;
 class QtAlertPresenter;
 class QtMainThread;
 
-/// The Qt application. SIGTERM, SIGINT, SIGHUP and every way in which Qt or the session asks the program to quit are a `terminate`.
+/// The Qt application. SIGTERM, SIGINT, SIGHUP and every way in which Qt or the session asks the program to quit are a `terminate`, and
+/// end it with the session.
 ///
 /// Created on the main thread; the objects given must outlive it. Windows count as the program's own when they are Qt widgets.
 class QtApplication final : public QObject, public Application {
@@ -26,6 +27,7 @@ public:
     void run() override;
     void terminate() override;
     void activateIgnoringOtherApps() override;
+    [[nodiscard]] bool endsWithSession() const override { return m_endsWithSession; }
     [[nodiscard]] std::optional<Event> currentEvent() const override { return m_currentEvent; }
 
     /// Whether the user works with one of the program's windows.
@@ -38,6 +40,7 @@ protected:
 
 private:
     void launch();
+    void endWithSession();
     [[nodiscard]] QWidget *frontWindow() const;
     void noteActive(bool isActive);
 
@@ -51,6 +54,7 @@ private:
     QTimer m_windowGone;
     bool m_isActive = false;
     bool m_terminated = false;
+    bool m_endsWithSession = false;
 };
 
 } // namespace pellaro

@@ -34,6 +34,9 @@ public:
     virtual void terminate() = 0;
     /// Brings the application to the front, whatever is there now.
     virtual void activateIgnoringOtherApps() = 0;
+    /// Whether the program ends because the user's session does, or the system asks it to, and not because the user quits it.
+    /// Known from the end of the event loop on.
+    [[nodiscard]] virtual bool endsWithSession() const = 0;
     [[nodiscard]] virtual std::optional<Event> currentEvent() const = 0;
 };
 

@@ -38,6 +38,28 @@ TEST_F(Save, WritesTheBufferAndTellsWhere) {
     EXPECT_FALSE(fakes.trace.contains("select " + clip + "|"));
 }
 
+TEST_F(Save, IsWaitedForUntilItsClipIsWrittenAndNotUntilItsAlertIsAnswered) {
+    constexpr std::chrono::milliseconds moment{1};
+    EXPECT_TRUE(delegate->waitUntilClipIsWritten(moment));
+    recordTwoPictures();
+    std::optional<bool> whileWriting, whileTelling;
+    fakes.assetWriters.prepare = [&](FakeAssetWriter &) { whileWriting = delegate->waitUntilClipIsWritten(moment); };
+    fakes.alerts.whileOpen = [&](const Alert &) { whileTelling = delegate->waitUntilClipIsWritten(moment); };
+    save();
+    EXPECT_EQ(whileWriting, false);
+    EXPECT_EQ(whileTelling, true);
+}
+
+TEST_F(Save, IsNotWaitedForOnceItHasFailed) {
+    recordTwoPictures();
+    fakes.assetWriters.prepare = [](FakeAssetWriter &writer) { writer.startFails = true; };
+    std::optional<bool> whileTelling;
+    fakes.alerts.whileOpen = [&](const Alert &) { whileTelling = delegate->waitUntilClipIsWritten(std::chrono::milliseconds(1)); };
+    save();
+    EXPECT_EQ(onlyAlert().title, "Error saving clip");
+    EXPECT_EQ(whileTelling, true);
+}
+
 TEST_F(Save, LogsItsSteps) {
     recordTwoPictures();
     save();

@@ -52,6 +52,7 @@ public:
     void run() override {}
     void terminate() override { m_trace.add("application.terminate"); }
     void activateIgnoringOtherApps() override { m_trace.add("application.activate"); }
+    [[nodiscard]] bool endsWithSession() const override { return false; }
     [[nodiscard]] std::optional<Event> currentEvent() const override { return event; }
 
 private:

@@ -22,7 +22,7 @@ packages_run=(qt6-qpa-plugins "qt6-svg-plugins|libqt6svg6" qt6-translations-l10n
 # A desktop to run it on where there is none: scripts/demo, and the tests.
 packages_test=(
     xvfb openbox picom trayer xdotool x11-utils x11-xkb-utils i3lock
-    xserver-xorg-core xserver-xorg-video-dummy x11-xserver-utils
+    xserver-xorg-core xserver-xorg-video-dummy x11-xserver-utils x11-session-utils
     dbus-daemon at-spi2-core fonts-dejavu-core locales
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber
     ffmpeg imagemagick xclip openssl

@@ -53,6 +53,7 @@ TEST_F(ApplicationTest, TellsTheDelegateOfLaunchAndOfQuittingOnce) {
     };
     runUntilItEnds();
     EXPECT_EQ(delegate->events, wholeLife);
+    EXPECT_FALSE(desk.application.endsWithSession());
 }
 
 TEST_F(ApplicationTest, LaunchesFromInsideTheLoop) {
@@ -92,6 +93,7 @@ TEST_P(ApplicationSignalTest, IsAQuit) {
     delegate->onLaunch = [] { ::raise(GetParam()); };
     runUntilItEnds();
     EXPECT_EQ(delegate->events, wholeLife);
+    EXPECT_TRUE(desk.application.endsWithSession());
 }
 
 INSTANTIATE_TEST_SUITE_P(TerminationSignals, ApplicationSignalTest, testing::Values(SIGTERM, SIGINT, SIGHUP),
@@ -109,6 +111,7 @@ TEST_F(ApplicationTest, AQuitThatQtAsksForReachesTheDelegate) {
     delegate->onLaunch = [] { QApplication::quit(); };
     runUntilItEnds();
     EXPECT_EQ(delegate->events, wholeLife);
+    EXPECT_TRUE(desk.application.endsWithSession());
 }
 
 TEST_F(ApplicationTest, EndsOpenAlertsUnansweredAndAllLoops) {
