@@ -26,9 +26,21 @@ QString newName() {
 }
 
 const QStringList &propertyNames() {
-    static const QStringList names{"AttentionIconName", "AttentionIconPixmap", "AttentionMovieName", "Category",          "IconName",
-                                   "IconPixmap",        "IconThemePath",       "Id",                 "ItemIsMenu",        "Menu",
-                                   "OverlayIconName",   "OverlayIconPixmap",   "Status",             "Title",             "ToolTip",
+    static const QStringList names{"AttentionIconName",
+                                   "AttentionIconPixmap",
+                                   "AttentionMovieName",
+                                   "Category",
+                                   "IconName",
+                                   "IconPixmap",
+                                   "IconThemePath",
+                                   "Id",
+                                   "ItemIsMenu",
+                                   "Menu",
+                                   "OverlayIconName",
+                                   "OverlayIconPixmap",
+                                   "Status",
+                                   "Title",
+                                   "ToolTip",
                                    "WindowId"};
     return names;
 }

@@ -56,9 +56,9 @@ private:
     QDBusConnection m_bus;
     const NotifierMenuCallbacks m_callbacks;
     StandingMenu m_menu;
-    std::vector<MenuItem> m_items;  // as they were made last
-    NotifierMenuLayout m_layout;    // of m_items; item n has the number n + 1
-    uint m_revision = 0;            // of m_layout; 0 before there is one
+    std::vector<MenuItem> m_items; // as they were made last
+    NotifierMenuLayout m_layout;   // of m_items; item n has the number n + 1
+    uint m_revision = 0;           // of m_layout; 0 before there is one
     MenuOpening m_opening;
 };
 

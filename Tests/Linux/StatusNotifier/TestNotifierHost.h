@@ -18,9 +18,9 @@ namespace pellaro::test {
 class TestNotifierHost final : public QDBusVirtualObject {
 public:
     struct Options {
-        bool hasHost = true;       ///< otherwise only the watcher is there
-        bool takesItems = true;    ///< otherwise it answers every item with an error
-        bool answers = true;       ///< otherwise it never answers anything
+        bool hasHost = true;    ///< otherwise only the watcher is there
+        bool takesItems = true; ///< otherwise it answers every item with an error
+        bool answers = true;    ///< otherwise it never answers anything
     };
     explicit TestNotifierHost(const Options &options);
     TestNotifierHost();
