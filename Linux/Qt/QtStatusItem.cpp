@@ -27,9 +27,8 @@ std::uint64_t modifierFlags(Qt::KeyboardModifiers modifiers) {
     return flags;
 }
 
-QColor notifierTint() {
-    const QColor windows = QGuiApplication::palette().color(QPalette::Window);
-    return templateTint(usualPanelColor(qEnvironmentVariable("XDG_CURRENT_DESKTOP"), windows));
+QColor notifierPanelColor() {
+    return usualPanelColor(qEnvironmentVariable("XDG_CURRENT_DESKTOP"), QGuiApplication::palette().color(QPalette::Window));
 }
 
 } // namespace
@@ -53,7 +52,7 @@ TrayIconCallbacks QtStatusItem::trayCallbacks() {
 }
 
 NotifierItemCallbacks QtStatusItem::notifierCallbacks() {
-    return {.picture = [this](const QSize &pixels) { return statusItemPicture(m_contents, m_symbols, pixels, notifierTint()); },
+    return {.picture = [this](const QSize &pixels) { return notifierPicture(pixels); },
             .clicked = [this](EventType type, const QPoint &position) { clickedInNotifier(type, position); },
             .refused =
                 [this] {
@@ -70,6 +69,13 @@ NotifierMenuCallbacks QtStatusItem::notifierMenuCallbacks() {
                     return m_symbols.render(image, pixels, QGuiApplication::palette().color(QPalette::WindowText));
                 },
             .perform = [this](const std::function<void()> &action) { m_application.perform({}, action); }};
+}
+
+// The panel may have another colour than it usually has.
+QImage QtStatusItem::notifierPicture(const QSize &pixels) const {
+    const QColor color = templateTint(notifierPanelColor());
+    return rimmedPicture([this](const QSize &size, const QColor &tint) { return statusItemPicture(m_contents, m_symbols, size, tint); },
+                         pixels, color, templateTint(color));
 }
 
 /// Puts the item where it belongs now. What is in the right place already is not touched.

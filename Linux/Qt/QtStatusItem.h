@@ -38,6 +38,7 @@ private:
     [[nodiscard]] TrayIconCallbacks trayCallbacks();
     [[nodiscard]] NotifierItemCallbacks notifierCallbacks();
     [[nodiscard]] NotifierMenuCallbacks notifierMenuCallbacks();
+    [[nodiscard]] QImage notifierPicture(const QSize &pixels) const;
     void place();
     void update();
     void clickedInNotifier(EventType type, const QPoint &position);

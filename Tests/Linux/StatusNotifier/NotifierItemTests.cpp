@@ -22,9 +22,12 @@ protected:
     }
     NotifierPixmaps icon() { return host->property<NotifierPixmaps>("IconPixmap"); }
     /// The symbol as the item shows it on a light panel, which is what the tests' palette asks for.
-    NotifierPixmap picture(const std::string &name, int size) {
-        return notifierPixmap(desk.symbols.render(symbol(name), QSize(size, size), QColor(0x1e, 0x1e, 0x1e)));
+    NotifierPixmap picture(const std::string &name, int size) { return picture(name, size, nearBlack, Qt::white); }
+    NotifierPixmap picture(const std::string &name, int size, const QColor &color, const QColor &rim) {
+        const auto draw = [&](const QSize &pixels, const QColor &tint) { return desk.symbols.render(symbol(name), pixels, tint); };
+        return notifierPixmap(rimmedPicture(draw, QSize(size, size), color, rim));
     }
+    const QColor nearBlack{0x1e, 0x1e, 0x1e};
 };
 
 } // namespace
@@ -71,6 +74,18 @@ TEST_F(NotifierItemTest, ShowsItsSymbolInTheSizesOfPanels) {
               (NotifierPixmaps{picture("p.circle", 22), picture("p.circle", 24), picture("p.circle", 32), picture("p.circle", 48)}));
 }
 
+TEST_F(NotifierItemTest, HasARimThatStandsOutFromAPanelOfItsOwnColour) {
+    const auto pixmap = icon().front();
+    const auto hasOpaqueNear = [&](int level) {
+        for (qsizetype i = 0; i < pixmap.pixels.size(); i += 4)
+            if (static_cast<uchar>(pixmap.pixels[i]) > 0x50 && std::abs(static_cast<uchar>(pixmap.pixels[i + 1]) - level) < 0x30)
+                return true;
+        return false;
+    };
+    EXPECT_TRUE(hasOpaqueNear(0x1e));
+    EXPECT_TRUE(hasOpaqueNear(0xff));
+}
+
 TEST_F(NotifierItemTest, ShowsItsTitleWhereItHasNoImage) {
     item->setImage(std::nullopt);
     item->setTitle("P");
@@ -98,7 +113,7 @@ TEST_F(NotifierItemTest, FollowsTheDesktopsColours) {
     dark.setColor(QPalette::Window, QColor(0x20, 0x20, 0x20));
     QGuiApplication::setPalette(dark);
     EXPECT_TRUE(pumpUntil([&] { return host->count("NewIcon") == 1; }));
-    EXPECT_EQ(icon().front(), notifierPixmap(desk.symbols.render(symbol("p.circle"), QSize(22, 22), Qt::white)));
+    EXPECT_EQ(icon().front(), picture("p.circle", 22, Qt::white, nearBlack));
     QGuiApplication::setPalette(QPalette());
 }
 

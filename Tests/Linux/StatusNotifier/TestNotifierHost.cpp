@@ -93,7 +93,7 @@ QString TestNotifierHost::introspect(const QString &) const {
     return {};
 }
 
-QDBusMessage TestNotifierHost::wait(QDBusMessage message) {
+QDBusMessage TestNotifierHost::wait(const QDBusMessage &message) {
     QDBusPendingCallWatcher watcher(m_bus.asyncCall(message, 5000));
     EXPECT_TRUE(pumpUntil([&] { return watcher.isFinished(); })) << message.member().toStdString();
     return watcher.reply();

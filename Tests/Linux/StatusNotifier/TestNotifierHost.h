@@ -49,7 +49,7 @@ public:
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
 private:
-    QDBusMessage wait(QDBusMessage message);
+    QDBusMessage wait(const QDBusMessage &message);
 
     Options m_options;
     QDBusConnection m_bus;
