@@ -21,7 +21,7 @@ std::vector<ScreenInfo> ScreenInfo::all(const Screens &screens) {
             label += L(" (Main Display)", " (Hauptdisplay)");
         label +=
             " — " + std::to_string(static_cast<int>(screen.frame.width)) + " × " + std::to_string(static_cast<int>(screen.frame.height));
-        result.push_back({.displayID = screen.displayID, .label = label});
+        result.push_back({.displayID = screen.displayID(), .label = label});
     }
     return result;
 }
