@@ -16,7 +16,7 @@ namespace pellaro {
 
 namespace {
 
-constexpr int padding = 16;
+constexpr int tabPadding = 16;
 constexpr int appSymbolSize = 48;
 constexpr int lineGap = 4;
 constexpr int groupGap = 12;
@@ -41,7 +41,7 @@ AboutTab::AboutTab(Platform &platform, const SettingsActions &actions, QWidget *
     : SettingsTab(parent), m_platform(platform), m_actions(actions) {
     setObjectName("aboutTab");
     auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(padding, padding, padding, padding);
+    column->setContentsMargins(tabPadding, tabPadding, tabPadding, tabPadding);
     column->setSpacing(lineGap);
     column->addStretch(1);
     addDescription(*column);

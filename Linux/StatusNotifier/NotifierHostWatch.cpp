@@ -1,5 +1,7 @@
 #include "Linux/StatusNotifier/NotifierHostWatch.h"
 
+#include "Linux/StatusNotifier/NotifierTypes.h"
+
 #include <QDBusError>
 #include <QDBusVariant>
 
@@ -9,8 +11,6 @@ namespace pellaro {
 
 namespace {
 
-constexpr const char *watcherName = "org.kde.StatusNotifierWatcher";
-constexpr const char *watcherPath = "/StatusNotifierWatcher";
 constexpr const char *propertiesInterface = "org.freedesktop.DBus.Properties";
 /// The icon waits for the answer before it goes into the tray.
 constexpr int patience = 500; // milliseconds

@@ -1,6 +1,7 @@
 #include "Linux/StatusNotifier/NotifierItem.h"
 
 #include "Linux/StatusNotifier/NotifierProperties.h"
+#include "Linux/StatusNotifier/NotifierTypes.h"
 
 #include <QCoreApplication>
 #include <QDBusError>
@@ -12,8 +13,6 @@ namespace {
 
 constexpr const char *busName = "org.freedesktop.DBus";
 constexpr const char *busPath = "/org/freedesktop/DBus";
-constexpr const char *watcherPath = "/StatusNotifierWatcher";
-constexpr const char *watcherInterface = "org.kde.StatusNotifierWatcher";
 constexpr const char *itemPath = "/StatusNotifierItem"; // the only place where all hosts look
 constexpr const char *itemInterface = "org.kde.StatusNotifierItem";
 constexpr int registrationPatience = 5000; // milliseconds
@@ -80,7 +79,7 @@ void NotifierItem::takeName() {
 }
 
 void NotifierItem::registerWith(const QString &watcher) {
-    auto call = QDBusMessage::createMethodCall(watcher, watcherPath, watcherInterface, "RegisterStatusNotifierItem");
+    auto call = QDBusMessage::createMethodCall(watcher, watcherPath, watcherName, "RegisterStatusNotifierItem");
     call.setArguments({m_name});
     auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(call, registrationPatience), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, watcher] {

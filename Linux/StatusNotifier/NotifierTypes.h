@@ -7,6 +7,10 @@
 
 namespace pellaro {
 
+/// Who knows the hosts and the items on the session bus; its interface has the same name.
+inline constexpr const char *watcherName = "org.kde.StatusNotifierWatcher";
+inline constexpr const char *watcherPath = "/StatusNotifierWatcher";
+
 /// A picture as notifier hosts take it: "(iiay)", not premultiplied, each pixel as the bytes alpha, red, green, blue.
 struct NotifierPixmap {
     int width = 0;
