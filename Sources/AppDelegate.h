@@ -60,6 +60,8 @@ public:
     /// Waits until no clip is being written, at most `timeout`; returns whether none is. Any thread; a save does not need the main
     /// thread until its clip is written.
     [[nodiscard]] bool waitUntilClipIsWritten(std::chrono::milliseconds timeout);
+    /// For a program that ends without waiting any longer: what has been written of a clip is removed. Any thread.
+    void abandonClip();
 
 private:
     AppDelegate(Platform &platform, Windows windows);
@@ -125,7 +127,8 @@ private:
 
     std::mutex m_writingLock;
     std::condition_variable m_writingEnded;
-    bool m_isWriting = false; // guarded by m_writingLock; from the request until the clip is there or has failed
+    bool m_isWriting = false;                  // guarded by m_writingLock; from the request until the clip is there or has failed
+    std::weak_ptr<RingBuffer> m_writingBuffer; // guarded by m_writingLock; whose snapshot is written, or was last
 
     /// Held while a sample passes, so that a sample that was under way when recording stopped neither starts the encoder again
     /// nor lands in the emptied buffer.

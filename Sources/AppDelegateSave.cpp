@@ -56,6 +56,10 @@ void AppDelegate::runSave(double duration, MediaTime cutoff, const std::string &
     nlog("saveNow: flush encoder …");
     m_videoEncoder->flushPendingFrames();
     const std::shared_ptr<RingBuffer> buffer = ringBuffer();
+    {
+        std::lock_guard lock(m_writingLock);
+        m_writingBuffer = buffer;
+    }
     const std::vector<Chunk> chunks = buffer->retrieve(duration, cutoff);
     const auto audioCount = std::ranges::count(chunks, true, &Chunk::isAudio);
     nlog("saveNow: " + std::to_string(std::ssize(chunks) - audioCount) + " video + " + std::to_string(audioCount) + " audio chunks für " +
@@ -83,6 +87,12 @@ void AppDelegate::runSave(double duration, MediaTime cutoff, const std::string &
 bool AppDelegate::waitUntilClipIsWritten(std::chrono::milliseconds timeout) {
     std::unique_lock lock(m_writingLock);
     return m_writingEnded.wait_for(lock, timeout, [this] { return !m_isWriting; });
+}
+
+void AppDelegate::abandonClip() {
+    std::lock_guard lock(m_writingLock);
+    if (const auto buffer = m_writingBuffer.lock())
+        buffer->abandonExport();
 }
 
 void AppDelegate::noteClipWritten() {

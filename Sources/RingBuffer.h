@@ -71,8 +71,13 @@ public:
     /// Throws `ExportError`, or the file system's or writer's `PlatformError` unchanged. After a writer has failed, its hidden file
     /// stays: it may hold what the user wanted.
     void exportToMP4(const std::vector<Chunk> &chunks, const std::string &outputURL) const;
+    /// Removes the hidden file of an export that is under way: what is written so far is no clip, and the program ends before more of
+    /// it is. Nothing without one. Any thread.
+    void abandonExport() const;
 
 private:
+    class HiddenFile;
+
     void prune(MediaTime nowTimestamp);
 
     Platform &m_platform;
@@ -80,6 +85,9 @@ private:
     mutable std::mutex m_lock;
     std::deque<Chunk> m_chunks; // guarded by m_lock
     double m_maxDuration;       // guarded by m_lock
+
+    mutable std::mutex m_exportLock;
+    mutable std::string m_hiddenFile; // guarded by m_exportLock; empty while no export is under way
 
     mutable std::mutex m_formatLock;
     FormatDescriptionRef m_videoFormatDescription; // guarded by m_formatLock

@@ -151,6 +151,29 @@ void finishWriting(AssetWriter &writer) {
 
 } // namespace
 
+/// The file that an export writes, while it does.
+class RingBuffer::HiddenFile {
+public:
+    HiddenFile(const RingBuffer &buffer, const std::string &path) : m_buffer(buffer) { note(path); }
+    ~HiddenFile() { note({}); }
+    HiddenFile(const HiddenFile &) = delete;
+    HiddenFile &operator=(const HiddenFile &) = delete;
+
+private:
+    void note(const std::string &path) const {
+        std::lock_guard lock(m_buffer.m_exportLock);
+        m_buffer.m_hiddenFile = path;
+    }
+
+    const RingBuffer &m_buffer;
+};
+
+void RingBuffer::abandonExport() const {
+    std::lock_guard lock(m_exportLock);
+    if (!m_hiddenFile.empty())
+        removeIgnoringErrors(m_platform.files, m_hiddenFile);
+}
+
 ExportError::ExportError(Code code) : Error(exportErrorDescription(code)), m_code(code) {}
 
 void RingBuffer::exportToMP4(const std::vector<Chunk> &chunks, const std::string &outputURL) const {
@@ -180,6 +203,7 @@ void RingBuffer::exportToMP4(const std::vector<Chunk> &chunks, const std::string
     const std::string temporary = output.parent_path() / (".pellaro-" + randomUuid() + ".mp4");
     if (files.fileExists(temporary))
         removeIgnoringErrors(files, temporary);
+    const HiddenFile hiddenFile(*this, temporary);
 
     AssetWriterFactory &factory = m_platform.assetWriters;
     const auto videoInput = factory.createInput({MediaType::video, std::nullopt, format, video.size()});

@@ -26,7 +26,7 @@
 
 namespace {
 
-/// How long a quit waits for a save that is under way. What is not finished then stays under its hidden name.
+/// How long a quit waits for a save that is under way. What is not finished then is removed.
 constexpr std::chrono::milliseconds quitPatience(1500);
 /// And how long where the user did not choose the moment, because the session ends.
 constexpr std::chrono::milliseconds sessionPatience(10000);
@@ -38,8 +38,8 @@ std::atomic<std::weak_ptr<pellaro::AppDelegate>> runningDelegate;
 /// the session this is how it ends: a clip that is being written is finished.
 [[noreturn]] void endWithoutDisplayServer() {
     std::fputs("[Pellaro] The connection to the X server is lost; Pellaro ends.\n", stderr);
-    if (const auto delegate = runningDelegate.load().lock())
-        (void)delegate->waitUntilClipIsWritten(sessionPatience);
+    if (const auto delegate = runningDelegate.load().lock(); delegate && !delegate->waitUntilClipIsWritten(sessionPatience))
+        delegate->abandonClip();
     std::_Exit(EXIT_FAILURE);
 }
 
@@ -94,11 +94,12 @@ int runApplication(QApplication &qtApplication) {
 
     desktop.endMainThread();
     PelLog::shared().flush();
-    if (platform.application.endsWithSession() && !delegate->waitUntilClipIsWritten(sessionPatience))
-        std::_Exit(EXIT_SUCCESS);
     // A task may wait for something that never comes now, a disk for instance; a quit must not.
-    if (!platform.tasks.waitUntilIdle(quitPatience))
+    if ((platform.application.endsWithSession() && !delegate->waitUntilClipIsWritten(sessionPatience)) ||
+        !platform.tasks.waitUntilIdle(quitPatience)) {
+        delegate->abandonClip();
         std::_Exit(EXIT_SUCCESS);
+    }
     PelLog::shared().flush();
     delegate.reset();
     return EXIT_SUCCESS;

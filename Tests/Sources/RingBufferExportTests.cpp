@@ -306,6 +306,24 @@ TEST_F(Export, PassesOnTheWritersErrorAndKeepsTheHiddenFile) {
     EXPECT_FALSE(fakes.files.fileExists(target));
 }
 
+TEST_F(Export, LosesItsHiddenFileWhenItIsAbandoned) {
+    for (int i = 0; i < 3; ++i)
+        video(i);
+    std::vector<std::size_t> hidden;
+    fakes.assetWriters.prepareInput = [&](FakeAssetWriterInput &input) {
+        input.beforeAppend = [&](std::size_t index) {
+            if (index == 2)
+                buffer.abandonExport();
+            hidden.push_back(hiddenFiles().size());
+        };
+    };
+    write();
+    EXPECT_THAT(hidden, ElementsAre(1U, 1U, 0U));
+    EXPECT_TRUE(fakes.files.fileExists(target)) << "it went on and was quicker than the end of the program";
+    buffer.abandonExport();
+    EXPECT_TRUE(fakes.files.fileExists(target)) << "what is finished is nobody's to remove";
+}
+
 TEST_F(Export, NamesAnUnknownWriterErrorSo) {
     video(0);
     video(1);
