@@ -26,8 +26,9 @@
 
 namespace {
 
-/// How long a quit waits for a save that is under way. What is not finished then is removed.
-constexpr std::chrono::milliseconds quitPatience(1500);
+/// How long a quit waits for a save that is under way: the user expects it to be over within two seconds. What is not finished then is
+/// removed.
+constexpr std::chrono::milliseconds quitPatience(1200);
 /// And how long where the user did not choose the moment, because the session ends.
 constexpr std::chrono::milliseconds sessionPatience(10000);
 
