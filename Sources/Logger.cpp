@@ -29,17 +29,13 @@ PelLog &PelLog::shared() {
     Platform &platform = Platform::current();
     return platform.sharedInstances.get<PelLog>([&platform] {
         std::shared_ptr<PelLog> log(new PelLog(platform));
-        log->m_queue->async([weak = std::weak_ptr<PelLog>(log)] {
-            if (const auto self = weak.lock())
-                self->openHandle();
-        });
+        log->m_queue.async([self = log.get()] { self->openHandle(); });
         return log;
     });
 }
 
 PelLog::PelLog(Platform &platform)
-    : m_platform(platform), m_logUrl(platform.files.libraryDirectory() + "/Logs/Pellaro/pellaro.log"),
-      m_queue(std::make_shared<DispatchQueue>("com.pellaro.logger")) {
+    : m_platform(platform), m_logUrl(platform.files.libraryDirectory() + "/Logs/Pellaro/pellaro.log"), m_queue("com.pellaro.logger") {
     ignoringErrors([this] { m_platform.files.createDirectory(std::filesystem::path(m_logUrl).parent_path()); });
 }
 
@@ -47,15 +43,12 @@ void PelLog::log(const std::string &message, const char *file, int line) {
     const std::string text = "[" + formatTime("HH:mm:ss.SSS", m_platform.wallClock.now()) + "] " +
                              std::filesystem::path(file).filename().string() + ":" + std::to_string(line) + " " + message;
     m_platform.systemLog.write("[Pellaro] " + text);
-    m_queue->async([weak = weak_from_this(), text] {
-        if (const auto self = weak.lock())
-            self->write(text);
-    });
+    m_queue.async([this, text] { write(text); });
 }
 
 std::string PelLog::contents() const {
     std::string text;
-    m_queue->sync([this, &text] {
+    m_queue.sync([this, &text] {
         try {
             text = m_platform.files.contents(m_logUrl);
         } catch (const PlatformError &) {
@@ -66,7 +59,7 @@ std::string PelLog::contents() const {
 }
 
 void PelLog::flush() const {
-    m_queue->sync([] {});
+    m_queue.sync([] {});
 }
 
 void PelLog::openHandle() {

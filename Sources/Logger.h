@@ -15,7 +15,7 @@ struct Platform;
 ///
 /// Thread: any. Callers of `log` never wait for the disk; all file access happens on "com.pellaro.logger". Never reports errors:
 /// where the file cannot be written, lines reach the system log only.
-class PelLog : public std::enable_shared_from_this<PelLog> {
+class PelLog {
 public:
     /// The one log of the current platform, created on first use.
     static PelLog &shared();
@@ -39,7 +39,9 @@ private:
     const std::string m_logUrl;
     std::unique_ptr<FileHandle> m_handle; // on m_queue; absent until opened or when opening failed
     const std::int64_t m_maxBytes = 524288;
-    const DispatchQueueRef m_queue; // last: what is queued ends before the rest goes
+    /// Last, and nobody else's: what is queued is written before the rest goes, on the thread that lets go of the log. Its closures
+    /// hold nothing, so that none of them can be the one to let go.
+    mutable DispatchQueue m_queue;
 };
 
 /// Writes one line to the shared log under the caller's file name and line number.

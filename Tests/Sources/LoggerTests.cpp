@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <thread>
 
 namespace pellaro {
@@ -50,6 +52,20 @@ TEST_F(Log, AppendsToTheFileOfEarlierRuns) {
     fakes.files.put(path, "earlier\n");
     line("now");
     EXPECT_TRUE(PelLog::shared().contents().starts_with("earlier\n["));
+}
+
+TEST_F(Log, WritesWhatWasLoggedBeforeItEnds) {
+    auto ending = std::make_unique<FakePlatform>();
+    Platform platform = platformWith(*ending, ending->hostClock, fakes.files, ending->shareableContent, ending->captureStreams,
+                                     ending->compressionSessions, ending->assetWriters);
+    Platform::setCurrent(&platform);
+    constexpr int count = 100;
+    for (int i = 0; i < count; ++i)
+        nlog("line");
+    Platform::setCurrent(&fakes.platform);
+    ending.reset();
+    const std::string text = fakes.files.contents(path);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), count);
 }
 
 TEST_F(Log, IsNotRotatedAtExactlyTheLimit) {
