@@ -11,7 +11,7 @@ namespace pellaro {
 
 using NalUnit = std::span<const std::byte>;
 
-enum class NalType : std::uint8_t { idrSlice = 5, sei = 6, sequenceParameterSet = 7, pictureParameterSet = 8, delimiter = 9 };
+enum class NalType : std::uint8_t { slice = 1, idrSlice = 5, sei = 6, sequenceParameterSet = 7, pictureParameterSet = 8, delimiter = 9 };
 
 /// @param unit not empty.
 [[nodiscard]] NalType nalType(NalUnit unit);

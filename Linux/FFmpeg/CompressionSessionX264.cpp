@@ -1,6 +1,5 @@
 #include "Linux/FFmpeg/CompressionSessionX264.h"
 
-#include "Linux/FFmpeg/EncoderPicture.h"
 #include "Linux/FFmpeg/LibavError.h"
 
 #include <condition_variable>
@@ -120,10 +119,10 @@ private:
             throw posixError(EINVAL);
         if (!m_encoder)
             throw libavError(AVERROR_ENCODER_NOT_FOUND);
+        const MediaTime &time = job.presentationTime;
         m_picture.update(*job.picture);
         job.picture.reset(); // its memory belongs to a small pool that the capture waits for
-        const MediaTime &time = job.presentationTime;
-        X264Encoder::Picture picture = m_encoder->encode(m_picture.frame(), job.forceKeyFrame || m_keyFrames.isDue(time));
+        ScreenEncoder::Picture picture = m_encoder->encode(m_picture, job.forceKeyFrame || m_keyFrames.isDue(time), time);
         m_keyFrames.encoded(time, picture.isKeyFrame);
         MediaSample::Contents contents;
         contents.payload = std::move(picture.payload);
@@ -136,7 +135,7 @@ private:
     const int m_width;
     const int m_height;
     // Bound to the compressor's thread once prepared:
-    std::optional<X264Encoder> m_encoder;
+    std::optional<ScreenEncoder> m_encoder;
     EncoderPicture m_picture;
     KeyFrameClock m_keyFrames{X264Settings{}.maxKeyFrameInterval};
 

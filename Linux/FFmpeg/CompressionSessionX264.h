@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Linux/FFmpeg/X264Encoder.h"
+#include "Linux/FFmpeg/ScreenEncoder.h"
 #include "Platform/Codec/CompressionSession.h"
 #include "Platform/System/DispatchQueue.h"
 

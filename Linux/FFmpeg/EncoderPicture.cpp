@@ -32,6 +32,7 @@ void EncoderPicture::update(const PixelBuffer &picture) {
         m_shown && m_shown->series == picture.series && m_shown->width == picture.width && m_shown->height == picture.height;
     const bool isSuccessor = sameSeries && picture.sequence == m_shown->sequence + 1;
     const bool isShown = (sameSeries && picture.sequence == m_shown->sequence) || (isSuccessor && picture.changed.empty());
+    m_changed.clear();
     if (!isShown) {
         m_shown.reset();
         if (!av_frame_is_writable(m_frame.get())) {
@@ -78,6 +79,7 @@ void EncoderPicture::convertChanged(const PixelBuffer &picture) {
 }
 
 void EncoderPicture::convert(const std::byte *pixels, int bytesPerRow, const PixelRect &area) {
+    m_changed.push_back(area);
     convertToI420(pixels, bytesPerRow, area,
                   {m_frame->data[0], m_frame->data[1], m_frame->data[2], m_frame->linesize[0], m_frame->linesize[1], m_frame->linesize[2]});
 }

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <vector>
 
 namespace pellaro {
 
@@ -17,10 +19,12 @@ public:
     /// @param width, height pixels; > 0 and even. Throws `std::bad_alloc` or `PlatformError`.
     EncoderPicture(int width, int height);
 
-    /// Makes the frame show `picture`; does not keep it. A picture that is one pixel wider or higher than the frame loses its last
-    /// column or row; one of any other size is scaled.
+    /// Makes the frame show `picture`; does not keep it, and sets what `changed` returns. A picture that is one pixel wider or higher than
+    /// the frame loses its last column or row; one of any other size is scaled.
     void update(const PixelBuffer &picture);
 
+    /// Where the last `update` has written: pixels of the frame, on even borders. Areas may overlap.
+    [[nodiscard]] std::span<const PixelRect> changed() const { return m_changed; }
     /// What `update` made. Owned by this object; the compressor may hold references to its memory, which is then never written.
     [[nodiscard]] AVFrame *frame() const { return m_frame.get(); }
 
@@ -42,6 +46,7 @@ private:
     const int m_width;
     const int m_height;
     FramePtr m_frame;
+    std::vector<PixelRect> m_changed;
     std::optional<Shown> m_shown; // nothing while the frame's content is undefined
     PictureScaler m_scaler;
 };

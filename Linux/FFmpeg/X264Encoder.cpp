@@ -4,16 +4,18 @@
 #include "Linux/FFmpeg/LibavError.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <limits>
 #include <thread>
 
+extern "C" {
+#include <libavutil/intreadwrite.h>
+}
+
 namespace pellaro {
 
 namespace {
-
-/// The encoder counts pictures at this rate; the screen gives no more. Slower ones get the same bits per picture.
-constexpr int picturesPerSecond = 30;
 
 /// The finest quantiser: below it a still page of dense text would take more than 60 MB in 5 minutes, and nothing looks sharper.
 constexpr int bestQuantizer = 20;
@@ -83,13 +85,36 @@ CodecContextPtr openContext(int width, int height, const X264Settings &settings)
     return context;
 }
 
-FormatDescriptionRef describe(const AVCodecContext &context) {
+std::optional<SequenceParameters> sequenceParametersOf(const AVCodecContext &context) {
+    for (const NalUnit unit : nalUnits(bytes(context.extradata, context.extradata_size))) {
+        if (nalType(unit) == NalType::sequenceParameterSet)
+            return readSequenceParameters(unit);
+    }
+    return std::nullopt;
+}
+
+/// Of the picture that `packet` holds, as the encoder chose it for the whole.
+bool hasBestQuantizer(const AVPacket &packet) {
+    std::size_t size = 0;
+    const std::uint8_t *statistics = av_packet_get_side_data(&packet, AV_PKT_DATA_QUALITY_STATS, &size);
+    return statistics && size >= 4 && AV_RL32(statistics) <= bestQuantizer * FF_QP2LAMBDA;
+}
+
+FormatDescriptionRef describe(const AVCodecContext &context, bool takesPatches) {
     auto description = std::make_shared<FormatDescription>();
     description->mediaType = MediaType::video;
     description->codec = codecH264;
     description->width = context.width;
     description->height = context.height;
-    description->decoderConfiguration = makeDecoderConfiguration(bytes(context.extradata, context.extradata_size));
+    const auto encoders = bytes(context.extradata, context.extradata_size);
+    std::vector<std::byte> parameterSets(encoders.begin(), encoders.end());
+    if (takesPatches) {
+        constexpr std::array startCode{std::byte{0}, std::byte{0}, std::byte{0}, std::byte{1}};
+        const std::vector<std::byte> patches = makePatchParameterSet();
+        parameterSets.insert(parameterSets.end(), startCode.begin(), startCode.end());
+        parameterSets.insert(parameterSets.end(), patches.begin(), patches.end());
+    }
+    description->decoderConfiguration = makeDecoderConfiguration(parameterSets);
     if (description->decoderConfiguration.empty())
         throw libavError(AVERROR_INVALIDDATA);
     return description;
@@ -117,7 +142,7 @@ std::optional<BitBucket> bitBucket(const X264Settings &settings) {
 
 X264Encoder::X264Encoder(int width, int height, const X264Settings &settings)
     : m_context(openContext(width, height, settings)), m_packet(ownedOrThrow(av_packet_alloc())),
-      m_formatDescription(describe(*m_context)) {}
+      m_sequenceParameters(sequenceParametersOf(*m_context)), m_formatDescription(describe(*m_context, m_sequenceParameters.has_value())) {}
 
 X264Encoder::Picture X264Encoder::encode(AVFrame *frame, bool forceKeyFrame) {
     frame->pts = m_count++;
@@ -126,7 +151,8 @@ X264Encoder::Picture X264Encoder::encode(AVFrame *frame, bool forceKeyFrame) {
     checkLibav(avcodec_receive_packet(m_context.get(), m_packet.get()));
     Picture picture;
     picture.isKeyFrame = (m_packet->flags & AV_PKT_FLAG_KEY) != 0;
-    picture.payload = std::make_shared<const std::vector<std::byte>>(makeSampleData(bytes(m_packet->data, m_packet->size)));
+    picture.isAtItsBest = hasBestQuantizer(*m_packet);
+    picture.data = makeSampleData(bytes(m_packet->data, m_packet->size));
     av_packet_unref(m_packet.get());
     return picture;
 }

@@ -1,12 +1,17 @@
 #pragma once
 
+#include "Linux/FFmpeg/AvcPatches.h"
 #include "Linux/FFmpeg/LibavPointers.h"
 #include "Platform/Media/MediaSample.h"
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace pellaro {
+
+/// The encoder counts pictures at this rate; the screen gives no more. Slower ones get the same bits per picture.
+inline constexpr int picturesPerSecond = 30;
 
 /// How to compress. Nothing in an optional: no limit.
 struct X264Settings {
@@ -35,8 +40,10 @@ struct BitBucket {
 class X264Encoder {
 public:
     struct Picture {
-        MediaSample::Payload payload;
+        std::vector<std::byte> data; ///< as a file's sample
         bool isKeyFrame = false;
+        /// The quantiser is the finest there is: the same picture once more would not come out better.
+        bool isAtItsBest = false;
     };
 
     /// @param width, height pixels, even. Throws `PlatformError` when the encoder refuses.
@@ -44,13 +51,16 @@ public:
 
     /// Compresses `frame`, whose memory is free again on return. Throws `PlatformError`.
     [[nodiscard]] Picture encode(AVFrame *frame, bool forceKeyFrame);
-    /// Shared by all samples.
+    /// What pictures that others write into the stream have to agree with; nothing where they would not be understood.
+    [[nodiscard]] const std::optional<SequenceParameters> &sequenceParameters() const { return m_sequenceParameters; }
+    /// Shared by all samples. Knows the parameter set of patches too where they are possible.
     [[nodiscard]] const FormatDescriptionRef &formatDescription() const { return m_formatDescription; }
 
 private:
     CodecContextPtr m_context;
     PacketPtr m_packet;
     std::int64_t m_count = 0; // pictures so far: the encoder's own clock
+    const std::optional<SequenceParameters> m_sequenceParameters;
     FormatDescriptionRef m_formatDescription;
 };
 

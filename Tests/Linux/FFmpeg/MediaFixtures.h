@@ -35,6 +35,8 @@ struct Yuv {
     int width = 0;
     int height = 0;
     std::vector<std::uint8_t> y, u, v;
+
+    [[nodiscard]] bool operator==(const Yuv &) const = default;
 };
 
 /// The picture's upper left `width` × `height` pixels as the converter of this library sees them.
