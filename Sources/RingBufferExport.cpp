@@ -123,7 +123,9 @@ struct TrackWriting {
 TrackWriting writeInputAsync(const std::vector<Chunk> &chunks, const std::shared_ptr<AssetWriterInput> &input,
                              const std::shared_ptr<AssetWriter> &writer, MediaTime base) {
     auto state = std::make_shared<State>();
-    TrackWriting track{std::make_shared<DispatchQueue>("com.pellaro.export." + toString(static_cast<FourCharCode>(input->mediaType()))),
+    // The recording goes on meanwhile and has to be in time; the clip has not.
+    TrackWriting track{std::make_shared<DispatchQueue>("com.pellaro.export." + toString(static_cast<FourCharCode>(input->mediaType())),
+                                                       ThreadPriority::background),
                        state->answer.get_future()};
     input->requestMediaDataWhenReady(track.queue,
                                      [state, &chunks, weakInput = std::weak_ptr(input), weakWriter = std::weak_ptr(writer), base] {

@@ -3,6 +3,7 @@
 #include "Linux/FFmpeg/LibavError.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace pellaro {
@@ -27,27 +28,29 @@ CodecContextPtr openContext(const AudioOutputSettings &settings) {
 
 } // namespace
 
-AacEncoder::AacEncoder(const AudioOutputSettings &settings) : m_context(openContext(settings)), m_frame(ownedOrThrow(av_frame_alloc())) {
+AacEncoder::AacEncoder(const AudioOutputSettings &settings, std::int64_t firstFrame)
+    : m_context(openContext(settings)), m_frame(ownedOrThrow(av_frame_alloc())), m_nextFrame(firstFrame) {
+    assert(m_context->frame_size == packetFrames);
     m_frame->format = m_context->sample_fmt;
     m_frame->sample_rate = m_context->sample_rate;
     checkLibav(av_channel_layout_copy(&m_frame->ch_layout, &m_context->ch_layout));
-    m_frame->nb_samples = m_context->frame_size;
+    m_frame->nb_samples = packetFrames;
     checkLibav(av_frame_get_buffer(m_frame.get(), 0));
 }
 
-void AacEncoder::encode(const PlanarPcm &pcm, std::vector<PacketPtr> &packets) {
-    const std::size_t total = pcm.front().size();
-    for (std::size_t done = 0; done < total;) {
+void AacEncoder::encode(const PlanarPcm &pcm, std::size_t begin, std::size_t count, std::vector<PacketPtr> &packets) {
+    for (std::size_t done = 0; done < count;) {
         if (m_filled == 0) {
-            m_frame->nb_samples = m_context->frame_size;
+            m_frame->nb_samples = packetFrames;
             checkLibav(av_frame_make_writable(m_frame.get()));
         }
-        const std::size_t count = std::min(total - done, static_cast<std::size_t>(m_context->frame_size - m_filled));
+        const std::size_t part = std::min(count - done, static_cast<std::size_t>(packetFrames - m_filled));
         for (std::size_t i = 0; i < pcm.size(); ++i)
-            std::memcpy(reinterpret_cast<float *>(m_frame->extended_data[i]) + m_filled, pcm[i].data() + done, count * sizeof(float));
-        m_filled += static_cast<int>(count);
-        done += count;
-        if (m_filled == m_context->frame_size) {
+            std::memcpy(reinterpret_cast<float *>(m_frame->extended_data[i]) + m_filled, pcm[i].data() + begin + done,
+                        part * sizeof(float));
+        m_filled += static_cast<int>(part);
+        done += part;
+        if (m_filled == packetFrames) {
             sendFrame();
             receive(packets);
         }
@@ -56,9 +59,10 @@ void AacEncoder::encode(const PlanarPcm &pcm, std::vector<PacketPtr> &packets) {
 
 void AacEncoder::sendFrame() {
     m_frame->nb_samples = m_filled;
-    m_frame->pts = m_sent;
+    m_frame->pts = m_nextFrame;
     checkLibav(avcodec_send_frame(m_context.get(), m_frame.get()));
-    m_sent += m_filled;
+    m_hasSent = true;
+    m_nextFrame += m_filled;
     m_filled = 0;
 }
 
@@ -76,7 +80,7 @@ void AacEncoder::receive(std::vector<PacketPtr> &packets) {
 void AacEncoder::finish(std::vector<PacketPtr> &packets) {
     if (m_filled > 0)
         sendFrame();
-    if (m_sent == 0)
+    if (!m_hasSent)
         return;
     checkLibav(avcodec_send_frame(m_context.get(), nullptr));
     receive(packets);

@@ -4,20 +4,25 @@
 #include "Linux/FFmpeg/PcmConverter.h"
 #include "Platform/Codec/AssetWriter.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace pellaro {
 
 /// AAC-LC by libavcodec. One thread at a time. Times of packets are frames of the encoder's sample rate; the first packet begins
-/// before 0 by the frames that a decoder makes before the first one that was encoded.
+/// before the first frame that is encoded, by the frames that a decoder makes before it.
 class AacEncoder {
 public:
-    /// Throws `PlatformError`.
-    explicit AacEncoder(const AudioOutputSettings &settings);
+    /// Frames that a packet stands for.
+    static constexpr int packetFrames = 1024;
 
-    /// Takes the next frames and appends the packets that became ready to `packets`. Throws `PlatformError`.
-    void encode(const PlanarPcm &pcm, std::vector<PacketPtr> &packets);
+    /// @param firstFrame the time of the first frame that is encoded. Throws `PlatformError`.
+    explicit AacEncoder(const AudioOutputSettings &settings, std::int64_t firstFrame = 0);
+
+    /// Takes the next `count` frames, from `begin` in `pcm` on, and appends the packets that became ready to `packets`. Throws
+    /// `PlatformError`.
+    void encode(const PlanarPcm &pcm, std::size_t begin, std::size_t count, std::vector<PacketPtr> &packets);
     /// Appends the last packets. Nothing may be encoded afterwards. Throws `PlatformError`.
     void finish(std::vector<PacketPtr> &packets);
 
@@ -29,9 +34,10 @@ private:
     void receive(std::vector<PacketPtr> &packets);
 
     CodecContextPtr m_context;
-    FramePtr m_frame;        // being filled
-    int m_filled = 0;        // frames in m_frame
-    std::int64_t m_sent = 0; // frames that the codec has
+    FramePtr m_frame;         // being filled
+    int m_filled = 0;         // frames in m_frame
+    bool m_hasSent = false;   // the codec has frames
+    std::int64_t m_nextFrame; // time of the next one that the codec gets
 };
 
 } // namespace pellaro

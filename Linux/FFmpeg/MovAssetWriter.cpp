@@ -72,7 +72,7 @@ void MovAssetWriter::cancelWriting() {
 }
 
 void MovAssetWriter::finishWriting(std::function<void()> completion) {
-    m_finishQueue = std::make_shared<DispatchQueue>("com.pellaro.export.finish");
+    m_finishQueue = std::make_shared<DispatchQueue>("com.pellaro.export.finish", ThreadPriority::background);
     m_finishQueue->async([core = m_core, inputs = m_inputs, completion = std::move(completion)] {
         for (const auto &input : inputs)
             input->markAsFinished();

@@ -61,7 +61,8 @@ void MovAssetWriterInput::markAsFinished() {
         return;
     try {
         Packets packets;
-        makeLastPackets(packets);
+        if (writer->sessionStart()) // otherwise nobody wants what is held back, and making it may take long
+            makeLastPackets(packets);
         if (!packets.empty())
             (void)writer->write(m_track, std::move(packets)); // a writer that has failed says so itself
     } catch (const PlatformError &error) {

@@ -1,5 +1,7 @@
 #include "Linux/FFmpeg/MovAudioInput.h"
 
+#include "Linux/FFmpeg/AacEncoder.h"
+
 #include <algorithm>
 
 namespace pellaro {
@@ -11,15 +13,14 @@ constexpr std::int64_t indexHalfBytesPerPacket = 9;
 constexpr std::int64_t fixedAudioIndexBytes = 800;
 /// What the samples' number does not tell: silence between them. More of it than this costs a second pass over the file.
 constexpr std::int64_t foreseenSilence = 60; // seconds
-constexpr std::int64_t framesPerPacket = 1024;
 /// Sound comes in batches of at most this many frames; larger ones cost a second pass over the file.
 constexpr std::int64_t foreseenBatch = 1024;
 
 } // namespace
 
-MovAudioInput::MovAudioInput(AssetWriterInputSettings settings)
-    : MovAssetWriterInput(std::move(settings)),
-      m_assembler(output().sampleRate, output().numberOfChannels, [this](const PlanarPcm &pcm) { m_encoder->encode(pcm, m_encoded); }) {}
+MovAudioInput::MovAudioInput(AssetWriterInputSettings settings, const AacStretching &stretching)
+    : MovAssetWriterInput(std::move(settings)), m_stretches(output(), stretching),
+      m_assembler(output().sampleRate, output().numberOfChannels, [this](const PlanarPcm &pcm) { m_stretches.encode(pcm, m_encoded); }) {}
 
 bool MovAudioInput::isSupported() const {
     return settings().outputSettings && output().formatID == codecAac && output().sampleRate > 0 &&
@@ -31,13 +32,12 @@ std::int64_t MovAudioInput::indexSize() const {
     const std::int64_t sourceRate = hint && hint->sampleRate > 0 ? hint->sampleRate : output().sampleRate;
     const std::int64_t frames =
         static_cast<std::int64_t>(settings().expectedSampleCount) * foreseenBatch * output().sampleRate / sourceRate;
-    const std::int64_t packets = (frames + foreseenSilence * output().sampleRate) / framesPerPacket + 2;
+    const std::int64_t packets = (frames + foreseenSilence * output().sampleRate) / AacEncoder::packetFrames + 2;
     return fixedAudioIndexBytes + packets * indexHalfBytesPerPacket / 2;
 }
 
 int MovAudioInput::addTrack(MovMuxer &muxer) {
-    m_encoder.emplace(output());
-    return muxer.addAudio(m_encoder->context());
+    return muxer.addAudio(AacEncoder(output()).context()); // what the encoders of all stretches make
 }
 
 bool MovAudioInput::makePackets(const MediaSample &sample, const MediaTime &time, Packets &packets) {
@@ -48,7 +48,7 @@ bool MovAudioInput::makePackets(const MediaSample &sample, const MediaTime &time
 
 void MovAudioInput::makeLastPackets(Packets &packets) {
     m_assembler.finish();
-    m_encoder->finish(m_encoded);
+    m_stretches.finish(m_encoded);
     takePackets(packets);
 }
 

@@ -1,15 +1,18 @@
 #pragma once
 
-#include "Linux/FFmpeg/AacEncoder.h"
+#include "Linux/FFmpeg/AacStretches.h"
 #include "Linux/FFmpeg/AudioAssembler.h"
 #include "Linux/FFmpeg/MovAssetWriterInput.h"
 
 namespace pellaro {
 
 /// PCM samples of any format, compressed to AAC, at the times they carry (see `AudioTimeline`).
+///
+/// Packets come a stretch at a time (see `AacStretches`), so the track is the slowest one until its first stretch is there; `append`
+/// waits while all processors have one.
 class MovAudioInput final : public MovAssetWriterInput {
 public:
-    explicit MovAudioInput(AssetWriterInputSettings settings);
+    explicit MovAudioInput(AssetWriterInputSettings settings, const AacStretching &stretching = {});
 
     [[nodiscard]] bool isSupported() const override;
     [[nodiscard]] std::int64_t indexSize() const override;
@@ -23,9 +26,9 @@ private:
     [[nodiscard]] AudioOutputSettings output() const { return settings().outputSettings.value_or(AudioOutputSettings{}); }
     void takePackets(Packets &packets);
 
-    std::optional<AacEncoder> m_encoder; // there once attached
-    std::vector<PacketPtr> m_encoded;    // made while a sample is being assembled
-    AudioAssembler m_assembler;          // its sink is m_encoder
+    AacStretches m_stretches;
+    std::vector<PacketPtr> m_encoded; // handed out while a sample is being assembled
+    AudioAssembler m_assembler;       // its sink is m_stretches
 };
 
 } // namespace pellaro

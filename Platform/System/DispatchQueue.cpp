@@ -7,6 +7,7 @@
 #include <pthread.h>
 #include <string_view>
 #include <thread>
+#include <unistd.h>
 
 namespace pellaro {
 
@@ -14,6 +15,13 @@ void nameCurrentThread(const std::string &label) {
     constexpr std::string_view prefix = "com.pellaro.";
     const std::string name = label.starts_with(prefix) ? label.substr(prefix.size()) : label;
     pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
+}
+
+void useBackgroundPriority() {
+    // A third of an ordinary thread's share where both want the same processor: the recording stays in time, and the work gets on where
+    // every processor is busy, which it would not in the kernel's idle class. The kernel counts niceness by thread.
+    constexpr int added = 5;
+    [[maybe_unused]] const int niceness = ::nice(added);
 }
 
 /// Shared with the thread, so that a queue may be let go from its own thread.
@@ -24,8 +32,10 @@ struct DispatchQueue::Core {
     bool closing = false;                     // guarded by mutex
     std::thread thread;                       // const after construction
 
-    void run(const std::string &label) {
+    void run(const std::string &label, ThreadPriority priority) {
         nameCurrentThread(label);
+        if (priority == ThreadPriority::background)
+            useBackgroundPriority();
         std::unique_lock lock(mutex);
         for (;;) {
             wake.wait(lock, [this] { return closing || !queued.empty(); });
@@ -41,8 +51,8 @@ struct DispatchQueue::Core {
     }
 };
 
-DispatchQueue::DispatchQueue(std::string label) : m_label(std::move(label)), m_core(std::make_shared<Core>()) {
-    m_core->thread = std::thread([core = m_core, label = m_label] { core->run(label); });
+DispatchQueue::DispatchQueue(std::string label, ThreadPriority priority) : m_label(std::move(label)), m_core(std::make_shared<Core>()) {
+    m_core->thread = std::thread([core = m_core, label = m_label, priority] { core->run(label, priority); });
 }
 
 DispatchQueue::~DispatchQueue() {

@@ -6,6 +6,12 @@
 
 namespace pellaro {
 
+enum class ThreadPriority {
+    normal,
+    /// For work that may take a while: it gives way to what has to be in time, such as a recording, and still goes on beside it.
+    background,
+};
+
 /// A named serial queue: closures run one after the other, in the order they were handed in, on one thread of the queue's own.
 ///
 /// Shared by whoever hands work to it. The destructor runs what is still queued and then ends the thread; when the last reference
@@ -13,7 +19,7 @@ namespace pellaro {
 class DispatchQueue {
 public:
     /// @param label full name, e.g. "com.pellaro.logger"; the thread carries what follows "com.pellaro.", cut to 15 bytes.
-    explicit DispatchQueue(std::string label);
+    explicit DispatchQueue(std::string label, ThreadPriority priority = ThreadPriority::normal);
     ~DispatchQueue();
     DispatchQueue(const DispatchQueue &) = delete;
     DispatchQueue &operator=(const DispatchQueue &) = delete;
@@ -35,5 +41,8 @@ using DispatchQueueRef = std::shared_ptr<DispatchQueue>;
 
 /// Names the calling thread for debuggers and process listings: `label` without "com.pellaro.", cut to 15 bytes.
 void nameCurrentThread(const std::string &label);
+
+/// Gives the calling thread background priority for the rest of its life: it cannot be raised again.
+void useBackgroundPriority();
 
 } // namespace pellaro

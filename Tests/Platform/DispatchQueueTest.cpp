@@ -6,6 +6,7 @@
 #include <atomic>
 #include <future>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -37,6 +38,18 @@ TEST(DispatchQueue, ReturnsFromAsyncBeforeTheWorkHasRun) {
     release.set_value(); // reached although the work cannot have ended
     queue.sync([] {});
     EXPECT_TRUE(hasRun);
+}
+
+TEST(DispatchQueue, GivesWayToOthersWhenItsWorkIsForTheBackground) {
+    const auto niceness = [](DispatchQueue &queue) {
+        int value = 0;
+        queue.sync([&value] { value = ::getpriority(PRIO_PROCESS, 0); }); // of the calling thread
+        return value;
+    };
+    DispatchQueue background("com.pellaro.background", ThreadPriority::background);
+    DispatchQueue normal("com.pellaro.normal");
+    EXPECT_GT(niceness(background), niceness(normal));
+    EXPECT_EQ(niceness(normal), ::getpriority(PRIO_PROCESS, 0)) << "one thread only";
 }
 
 TEST(DispatchQueue, KnowsWhetherItIsItsOwnThread) {

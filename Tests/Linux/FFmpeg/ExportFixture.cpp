@@ -85,8 +85,9 @@ void Export::addVideo(std::vector<MediaSampleRef> samples, FormatDescriptionRef 
     videoFeeder = std::make_unique<Feeder>(writer, video, std::move(samples));
 }
 
-void Export::addAudio(std::vector<MediaSampleRef> samples, std::optional<std::size_t> expected) {
-    audio = factory.createInput({MediaType::audio, AudioOutputSettings{}, pcmFormat(), expected.value_or(samples.size())});
+void Export::addAudio(std::vector<MediaSampleRef> samples, std::optional<std::size_t> expected, std::optional<AacStretching> stretching) {
+    const AssetWriterInputSettings settings{MediaType::audio, AudioOutputSettings{}, pcmFormat(), expected.value_or(samples.size())};
+    audio = stretching ? std::make_shared<MovAudioInput>(settings, *stretching) : factory.createInput(settings);
     ASSERT_TRUE(writer->canAdd(*audio));
     writer->add(audio);
     audioFeeder = std::make_unique<Feeder>(writer, audio, std::move(samples));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Linux/FFmpeg/MovAssetWriter.h"
+#include "Linux/FFmpeg/MovAudioInput.h"
 #include "Tests/Linux/FFmpeg/DecodedFile.h"
 #include "Tests/Linux/FFmpeg/MediaFixtures.h"
 
@@ -58,7 +59,9 @@ struct Export {
 
     /// Creates the track; without samples as well.
     void addVideo(std::vector<MediaSampleRef> samples, FormatDescriptionRef format = nullptr, std::optional<std::size_t> expected = {});
-    void addAudio(std::vector<MediaSampleRef> samples, std::optional<std::size_t> expected = {});
+    /// @param stretching where the usual one is too long for what is tested.
+    void addAudio(std::vector<MediaSampleRef> samples, std::optional<std::size_t> expected = {},
+                  std::optional<AacStretching> stretching = {});
     /// Starts writing and the session at 0.
     void start();
     /// Feeds all tracks at the same time, finishes, and returns the status.
