@@ -17,7 +17,17 @@ constexpr std::size_t framesPerLook = 16 * packetFrames;
 
 } // namespace
 
-std::size_t AacStretching::usualThreads() {
+AacStretching stretchingFor(std::int64_t packets, std::size_t threads) {
+    constexpr std::int64_t shortest = 4 * AacStretching::usualLeadIn; // a fifth of the work is done twice then
+    constexpr std::int64_t mostHeld = 8192;                           // packets' worth of stereo floats: 67 MB
+    const auto count = static_cast<std::int64_t>(threads);
+    const std::int64_t longest = mostHeld / (count + 1); // one more is being collected
+    const std::int64_t rounds = std::max<std::int64_t>(1, (packets + longest * count - 1) / (longest * count));
+    const std::int64_t stretches = rounds * count;
+    return {.packets = std::max(shortest, (packets + stretches - 1) / stretches), .threads = threads};
+}
+
+std::size_t encodingThreads() {
     constexpr unsigned most = 8;
     return std::clamp(std::thread::hardware_concurrency(), 1U, most);
 }

@@ -11,20 +11,23 @@
 
 namespace pellaro {
 
-/// How a run of sound is cut for several encoders. The packets depend on the first two numbers and never on the third.
+/// How a run of sound is cut for several encoders. The packets that come out depend on the first two numbers only.
 struct AacStretching {
-    /// Packets of a stretch (24 s at 44.1 kHz); > leadIn. The longer, the less is encoded twice, and the more sound is held: 9 MB a
-    /// stretch.
-    std::int64_t packets = 1024;
     /// Packets that an encoder makes before those that count. Three are enough for the windows of two neighbours to fit together; with
     /// fewer than about a hundred its rate control still behaves as at the beginning of a clip, which is heard as a little more noise.
-    std::int64_t leadIn = 128;
-    /// Stretches that are encoded at the same time; > 0.
-    std::size_t threads = usualThreads();
+    static constexpr std::int64_t usualLeadIn = 128;
 
-    /// One for each processor, eight at most: more would hold more sound without being quicker for the five minutes that there are.
-    [[nodiscard]] static std::size_t usualThreads();
+    std::int64_t packets;              ///< of a stretch; > leadIn
+    std::int64_t leadIn = usualLeadIn; ///< >= 0
+    std::size_t threads;               ///< stretches that are encoded at the same time; > 0
 };
+
+/// How to cut sound of about `packets` packets for `threads` threads: the longer a stretch, the less is encoded twice, and the more sound
+/// is held. All threads get the same to do, and hold no more than 70 MB together. @param packets >= 0. @param threads > 0.
+[[nodiscard]] AacStretching stretchingFor(std::int64_t packets, std::size_t threads);
+
+/// One thread for each processor, eight at most: more would encode more twice without the clip being there noticeably sooner.
+[[nodiscard]] std::size_t encodingThreads();
 
 /// AAC-LC of one run of sound, encoded in stretches side by side and put together again to what a single encoder would have made: the
 /// same number of packets with the same times.
@@ -36,7 +39,7 @@ struct AacStretching {
 /// One thread at a time. Times of packets are as with `AacEncoder`.
 class AacStretches {
 public:
-    explicit AacStretches(const AudioOutputSettings &settings, const AacStretching &stretching = {});
+    AacStretches(const AudioOutputSettings &settings, const AacStretching &stretching);
 
     /// Takes the next frames and appends the packets that can be handed out by now. Waits while all threads have work, so that no more
     /// than a stretch for each thread and one more is held. Throws `PlatformError`.

@@ -16,7 +16,19 @@ constexpr std::int64_t foreseenSilence = 60; // seconds
 /// Sound comes in batches of at most this many frames; larger ones cost a second pass over the file.
 constexpr std::int64_t foreseenBatch = 1024;
 
+/// Packets that the samples become which are expected, silence between them left aside.
+std::int64_t expectedPackets(const AssetWriterInputSettings &settings) {
+    const int sampleRate = settings.outputSettings.value_or(AudioOutputSettings{}).sampleRate;
+    const FormatDescriptionRef &hint = settings.sourceFormatHint;
+    const std::int64_t sourceRate = hint && hint->sampleRate > 0 ? hint->sampleRate : sampleRate;
+    const std::int64_t frames = static_cast<std::int64_t>(settings.expectedSampleCount) * foreseenBatch * sampleRate / sourceRate;
+    return frames / AacEncoder::packetFrames;
+}
+
 } // namespace
+
+MovAudioInput::MovAudioInput(AssetWriterInputSettings settings)
+    : MovAudioInput(settings, stretchingFor(expectedPackets(settings), encodingThreads())) {}
 
 MovAudioInput::MovAudioInput(AssetWriterInputSettings settings, const AacStretching &stretching)
     : MovAssetWriterInput(std::move(settings)), m_stretches(output(), stretching),
@@ -28,11 +40,7 @@ bool MovAudioInput::isSupported() const {
 }
 
 std::int64_t MovAudioInput::indexSize() const {
-    const FormatDescriptionRef &hint = settings().sourceFormatHint;
-    const std::int64_t sourceRate = hint && hint->sampleRate > 0 ? hint->sampleRate : output().sampleRate;
-    const std::int64_t frames =
-        static_cast<std::int64_t>(settings().expectedSampleCount) * foreseenBatch * output().sampleRate / sourceRate;
-    const std::int64_t packets = (frames + foreseenSilence * output().sampleRate) / AacEncoder::packetFrames + 2;
+    const std::int64_t packets = expectedPackets(settings()) + foreseenSilence * output().sampleRate / AacEncoder::packetFrames + 3;
     return fixedAudioIndexBytes + packets * indexHalfBytesPerPacket / 2;
 }
 

@@ -12,7 +12,9 @@ namespace pellaro {
 /// waits while all processors have one.
 class MovAudioInput final : public MovAssetWriterInput {
 public:
-    explicit MovAudioInput(AssetWriterInputSettings settings, const AacStretching &stretching = {});
+    explicit MovAudioInput(AssetWriterInputSettings settings);
+    /// @param stretching instead of the one that fits the number of samples that are expected.
+    MovAudioInput(AssetWriterInputSettings settings, const AacStretching &stretching);
 
     [[nodiscard]] bool isSupported() const override;
     [[nodiscard]] std::int64_t indexSize() const override;

@@ -151,18 +151,41 @@ double worstSeam(const PlanarPcm &pcm, const AacStretching &stretching) {
     const std::vector<float> heard = decoded(inStretches(pcm, stretching));
     EXPECT_EQ(heard.size(), expected.size());
     double worst = -std::numeric_limits<double>::infinity();
-    constexpr double inaudible = 1e-6; // both are this good
+    constexpr double inaudible = 1e-5; // of the sound's own energy: 50 dB below it
+    const std::vector<float> silence(pcm[0].size());
     for (std::int64_t packet = stretching.packets; (packet + 2) * packetFrames < std::ssize(pcm[0]); packet += stretching.packets) {
         const std::int64_t seam = (packet - 1) * packetFrames;
-        worst =
-            std::max(worst, 10 * std::log10((errorAt(seam, heard, pcm[0]) + inaudible) / (errorAt(seam, expected, pcm[0]) + inaudible)));
+        const double floor = inaudible * errorAt(seam, silence, pcm[0]) + 1e-12;
+        worst = std::max(worst, 10 * std::log10((errorAt(seam, heard, pcm[0]) + floor) / (errorAt(seam, expected, pcm[0]) + floor)));
     }
     return worst;
 }
 
-/// The usual lead-in, and stretches short enough for several in a few seconds.
-const AacStretching shorter{.packets = 256, .leadIn = AacStretching{}.leadIn, .threads = 2};
+/// The usual lead-in, and stretches short enough for several of them in a few seconds.
+const AacStretching shorter{.packets = 256, .threads = 2};
 const AacStretching shortest{.packets = 16, .leadIn = 4, .threads = 2};
+
+TEST(AacStretching, GivesAllThreadsTheSameToDo) {
+    const auto minutes = [](double count) { return static_cast<std::int64_t>(count * 60 * rate / packetFrames); };
+    EXPECT_EQ(stretchingFor(minutes(1), 2).packets, (minutes(1) + 1) / 2);
+    EXPECT_EQ(stretchingFor(minutes(1), 1).packets, minutes(1)) << "nothing is encoded twice for nothing";
+    EXPECT_EQ(stretchingFor(minutes(5), 2).packets, (minutes(5) + 5) / 6);
+    EXPECT_EQ(stretchingFor(minutes(5), 8).packets, (minutes(5) + 15) / 16);
+}
+
+TEST(AacStretching, HoldsLittleAndEncodesLittleTwice) {
+    for (std::size_t threads = 1; threads <= 8; ++threads) {
+        for (std::int64_t packets : {0, 1, 500, 1000, 2584, 12920, 1'000'000}) {
+            const AacStretching stretching = stretchingFor(packets, threads);
+            EXPECT_EQ(stretching.threads, threads);
+            EXPECT_EQ(stretching.leadIn, AacStretching::usualLeadIn);
+            EXPECT_GE(stretching.packets, 512) << packets << " for " << threads;
+            EXPECT_LE(stretching.packets * static_cast<std::int64_t>(threads + 1), 8192) << packets << " for " << threads;
+        }
+    }
+    EXPECT_GE(encodingThreads(), 1u);
+    EXPECT_LE(encodingThreads(), 8u);
+}
 
 class AacStretchesLengths : public testing::TestWithParam<std::size_t> {};
 
@@ -251,7 +274,7 @@ TEST(AacStretches, SayWhatOneOfTheirEncodersSays) {
 TEST(AacStretches, StopInTheMiddleWhenTheyAreLetGo) {
     using Clock = std::chrono::steady_clock;
     const PlanarPcm pcm = seconds(25, music());
-    const AacStretching usual{.threads = 1};
+    const AacStretching usual{.packets = 1024, .threads = 1};
     const auto begin = Clock::now();
     (void)inStretches(pcm, usual);
     const auto whole = Clock::now() - begin;
