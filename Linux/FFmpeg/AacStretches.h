@@ -14,7 +14,7 @@ namespace pellaro {
 /// How a run of sound is cut for several encoders. The packets that come out depend on the first two numbers only.
 struct AacStretching {
     /// Packets that an encoder makes before those that count. Three are enough for the windows of two neighbours to fit together; with
-    /// fewer than about a hundred its rate control still behaves as at the beginning of a clip, which is heard as a little more noise.
+    /// fewer than about a hundred its rate control still behaves as at the beginning of a clip, which means more noise for some seconds.
     static constexpr std::int64_t usualLeadIn = 128;
 
     std::int64_t packets;              ///< of a stretch; > leadIn

@@ -27,7 +27,7 @@ std::int64_t expectedPackets(const AssetWriterInputSettings &settings) {
 
 } // namespace
 
-MovAudioInput::MovAudioInput(AssetWriterInputSettings settings)
+MovAudioInput::MovAudioInput(const AssetWriterInputSettings &settings)
     : MovAudioInput(settings, stretchingFor(expectedPackets(settings), encodingThreads())) {}
 
 MovAudioInput::MovAudioInput(AssetWriterInputSettings settings, const AacStretching &stretching)

@@ -12,7 +12,7 @@ namespace pellaro {
 /// waits while all processors have one.
 class MovAudioInput final : public MovAssetWriterInput {
 public:
-    explicit MovAudioInput(AssetWriterInputSettings settings);
+    explicit MovAudioInput(const AssetWriterInputSettings &settings);
     /// @param stretching instead of the one that fits the number of samples that are expected.
     MovAudioInput(AssetWriterInputSettings settings, const AacStretching &stretching);
 
