@@ -13,6 +13,9 @@ std::uint64_t nextSeries() {
     return ++last;
 }
 
+/// Five seconds of a moving screen. Taking memory back and giving it away costs about as much as filling it once.
+constexpr int framesUntilDiscarded = 150;
+
 } // namespace
 
 PicturePool::Picture::Picture(int width, int height)
@@ -77,7 +80,21 @@ void PicturePool::invalidate() {
     m_newest.reset();
 }
 
+/// With a frame each time, so that a still screen, which has a few frames a second, keeps them longer.
+void PicturePool::discardUnused() {
+    for (std::size_t i = 0; i < m_pictures.size(); ++i) {
+        Picture &picture = *m_pictures[i];
+        if (i == m_newest || picture.m_leases.load(std::memory_order_acquire) != 0) {
+            picture.m_unused = 0;
+        } else if (++picture.m_unused == framesUntilDiscarded) {
+            picture.m_memory.discard();
+            picture.m_missed = PixelRegion({0, 0, picture.m_width, picture.m_height});
+        }
+    }
+}
+
 PixelBufferRef PicturePool::lend(const std::shared_ptr<Picture> &picture, std::vector<PixelRect> changed) {
+    discardUnused();
     picture->m_leases.fetch_add(1, std::memory_order_relaxed);
     const std::shared_ptr<const std::byte[]> pixels(
         picture->m_memory.data(), [picture](const std::byte *) { picture->m_leases.fetch_sub(1, std::memory_order_release); });

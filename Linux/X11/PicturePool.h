@@ -14,7 +14,7 @@
 namespace pellaro {
 
 /// The reusable picture buffers of a stream. Each knows where it differs from the newest picture, so that only that is brought up
-/// to date when it is used again.
+/// to date when it is used again. One that has not been needed for some seconds lies there without memory.
 ///
 /// Thread: the stream's; pictures that were lent come back on any thread, also after the pool has gone.
 class PicturePool {
@@ -31,7 +31,8 @@ public:
         const int m_width;
         const int m_height;
         SharedMemory m_memory;
-        PixelRegion m_missed;         // the stream's thread
+        PixelRegion m_missed;         // the stream's thread, as the next
+        int m_unused = 0;             // frames since it was the newest or lent
         std::atomic<int> m_leases{0}; // released by consumers' threads: orders their last read before our next write
     };
 
@@ -58,6 +59,7 @@ public:
 private:
     [[nodiscard]] PixelBufferRef lend(const std::shared_ptr<Picture> &picture, std::vector<PixelRect> changed);
     [[nodiscard]] bool isFull() const;
+    void discardUnused();
 
     std::vector<std::shared_ptr<Picture>> m_pictures; // const after construction
     const std::uint64_t m_series;

@@ -28,6 +28,10 @@ SharedMemory::~SharedMemory() {
     closeFileDescriptor();
 }
 
+void SharedMemory::discard() {
+    (void)madvise(m_data, m_size, MADV_REMOVE);
+}
+
 int SharedMemory::takeFileDescriptor() {
     return std::exchange(m_descriptor, -1);
 }

@@ -20,6 +20,9 @@ public:
 
     [[nodiscard]] std::byte *data() const { return m_data; }
     [[nodiscard]] std::size_t size() const { return m_size; }
+    /// Gives the pages back to the system, for the server too: they are zero again, and cost nothing until they are touched. Where the
+    /// system cannot do that, nothing changes.
+    void discard();
     /// Gives the descriptor away (to be passed to the server, which closes ours); may be called once.
     [[nodiscard]] int takeFileDescriptor();
     /// For memory that nobody else is to see.

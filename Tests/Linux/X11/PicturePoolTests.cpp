@@ -1,8 +1,10 @@
 #include "Linux/X11/PicturePool.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
+#include <sys/mman.h>
 
 namespace pellaro {
 namespace {
@@ -60,6 +62,42 @@ TEST(PicturePool, CountsRepeatsAmongTheFramesOnTheirWay) {
     EXPECT_EQ(pool.repeat(), nullptr);
     repeated.reset();
     EXPECT_NE(pool.repeat(), nullptr);
+}
+
+/// Pages of the picture that are in memory.
+std::size_t residentPages(PicturePool::Picture &picture) {
+    const std::size_t size = picture.memory().size();
+    std::vector<unsigned char> pages((size + 4095) / 4096);
+    EXPECT_EQ(mincore(picture.memory().data(), size, pages.data()), 0);
+    return static_cast<std::size_t>(std::count_if(pages.begin(), pages.end(), [](unsigned char page) { return (page & 1) != 0; }));
+}
+
+TEST(PicturePool, LeavesPicturesThatAreNotNeededWithoutMemory) {
+    PicturePool pool(3, whole.width, whole.height);
+    PixelBufferRef first = makePicture(pool, whole, 1);
+    (void)makePicture(pool, whole, 2);
+    ASSERT_GT(residentPages(*pool.pictures()[0]), 0u);
+    first.reset();
+    for (int i = 0; i < 200; ++i)
+        ASSERT_TRUE(pool.repeat());
+    EXPECT_EQ(residentPages(*pool.pictures()[0]), 0u);
+    EXPECT_GT(residentPages(*pool.pictures()[1]), 0u) << "the newest";
+    // It is as good as any other when it is needed again.
+    const PixelBufferRef newest = pool.repeat();
+    const PixelBufferRef next = makePicture(pool, {1, 1, 2, 2}, 3);
+    ASSERT_TRUE(next);
+    EXPECT_NE(next->pixels.get(), newest->pixels.get());
+    EXPECT_EQ(pixelOf(*next, 1, 1), 3u);
+    EXPECT_EQ(pixelOf(*next, 40, 40), 2u);
+}
+
+TEST(PicturePool, KeepsTheMemoryOfAPictureThatIsLent) {
+    PicturePool pool(3, whole.width, whole.height);
+    const PixelBufferRef first = makePicture(pool, whole, 1);
+    (void)makePicture(pool, whole, 2);
+    for (int i = 0; i < 200; ++i)
+        ASSERT_TRUE(pool.repeat());
+    EXPECT_EQ(pixelOf(*first, 5, 5), 1u);
 }
 
 TEST(PicturePool, HasNothingToRepeatBeforeTheFirstPicture) {
