@@ -13,8 +13,8 @@ std::uint64_t nextSeries() {
     return ++last;
 }
 
-/// Five seconds of a moving screen. Taking memory back and giving it away costs about as much as filling it once.
-constexpr int framesUntilDiscarded = 150;
+/// Two seconds of a moving screen. Giving memory away and taking it back costs about as much as filling it once.
+constexpr int framesUntilDiscarded = 60;
 
 } // namespace
 
