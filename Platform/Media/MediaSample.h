@@ -36,17 +36,19 @@ public:
     using Payload = std::shared_ptr<const std::vector<std::byte>>;
 
     struct Contents {
+        // What has to be let go comes first: a sample is dropped minutes after anybody has touched it, and each cache line of it that
+        // has to be fetched for that takes as long as everything else together.
         /// Compressed video or PCM; absent for raw pictures.
         Payload payload;
         /// Raw pictures only.
         PixelBufferRef imageBuffer;
         FormatDescriptionRef formatDescription;
+        /// Absent when the producer attached nothing.
+        std::optional<std::vector<SampleAttachments>> attachments;
         /// Entry 0 of the timing. Samples without an entry may still know the two times below it.
         std::optional<SampleTiming> timing;
         MediaTime presentationTimeWithoutEntry;
         MediaTime durationWithoutEntry;
-        /// Absent when the producer attached nothing.
-        std::optional<std::vector<SampleAttachments>> attachments;
         /// False for a sample whose data was taken back; such a sample cannot be copied.
         bool isValid = true;
     };

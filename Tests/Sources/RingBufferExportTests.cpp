@@ -373,10 +373,10 @@ TEST_F(Export, SkipsASampleThatCannotBeRetimed) {
     chunks.push_back({MediaSample::make({.payload = nullptr,
                                          .imageBuffer = nullptr,
                                          .formatDescription = videoFormat(),
+                                         .attachments = std::nullopt,
                                          .timing = SampleTiming{MediaTime::invalid(), seconds(1), MediaTime::invalid()},
                                          .presentationTimeWithoutEntry = {},
                                          .durationWithoutEntry = {},
-                                         .attachments = std::nullopt,
                                          .isValid = false}),
                       seconds(1), false});
     video(2);

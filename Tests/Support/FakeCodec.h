@@ -74,10 +74,10 @@ private:
         return MediaSample::make({.payload = std::make_shared<const std::vector<std::byte>>(64),
                                   .imageBuffer = nullptr,
                                   .formatDescription = std::move(format),
+                                  .attachments = std::vector<SampleAttachments>{{.notSync = !isKeyFrame}},
                                   .timing = SampleTiming{frame.duration, frame.presentationTime, MediaTime::invalid()},
                                   .presentationTimeWithoutEntry = {},
-                                  .durationWithoutEntry = {},
-                                  .attachments = std::vector<SampleAttachments>{{.notSync = !isKeyFrame}}});
+                                  .durationWithoutEntry = {}});
     }
 
     Trace &m_trace;
