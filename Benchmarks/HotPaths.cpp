@@ -5,6 +5,7 @@
 #include "Benchmarks/StreamedRecording.h"
 
 #include "Linux/FFmpeg/EncoderPicture.h"
+#include "Linux/FFmpeg/ScreenEncoder.h"
 #include "Linux/FFmpeg/X264Encoder.h"
 #include "Tests/Linux/FFmpeg/MediaFixtures.h"
 #include "Tests/Support/FakePlatform.h"
@@ -67,15 +68,20 @@ int convert(const PixelRect &changed) {
     return times;
 }
 
-/// Compresses a page of text of 960 by 540 that stays, or moves by a line each time. One thread: what others do is not counted.
-int compress(bool moves) {
-    constexpr int times = 30;
-    constexpr PixelRect page{0, 0, 960, 540};
-    EncoderPicture picture(page.width, page.height);
+constexpr PixelRect page{0, 0, 960, 540};
+
+X264Settings recordingSettings() {
     X264Settings settings;
     settings.realTime = true;
     settings.averageBitRate = 15'000'000;
-    X264Encoder encoder(page.width, page.height, settings);
+    return settings;
+}
+
+/// Compresses a page of text of 960 by 540 that stays, or moves by a line each time. One thread: what others do is not counted.
+int compress(bool moves) {
+    constexpr int times = 30;
+    EncoderPicture picture(page.width, page.height);
+    X264Encoder encoder(page.width, page.height, recordingSettings());
     for (int i = 0; i <= times; ++i) {
         const int offset = moves ? i * 12 % 60 : 0;
         test::Canvas canvas(page.width, page.height);
@@ -85,6 +91,36 @@ int compress(bool moves) {
             (void)encoder.encode(picture.frame(), true);
         else
             measured([&] { (void)encoder.encode(picture.frame(), false); });
+    }
+    return times;
+}
+
+/// Compresses pictures of a page as the program does, which asks libx264 only where much has changed: a page that stays, at four
+/// pictures a second with a key frame each other second, or one with a text cursor that blinks in each picture, between two key frames.
+int compressScreen(bool blinks) {
+    constexpr int times = 48;
+    constexpr int picturesPerKeyFrame = 8;
+    constexpr PixelRect caret{200, 200, 2, 18};
+    test::Canvas canvas(page.width, page.height);
+    canvas.scribble(page, 1);
+    EncoderPicture picture(page.width, page.height);
+    ScreenEncoder encoder(page.width, page.height, recordingSettings());
+    int number = 0;
+    const auto update = [&](const std::vector<PixelRect> &changed) {
+        picture.update(*canvas.picture(static_cast<std::uint64_t>(number), changed));
+        return MediaTime(number++, 4);
+    };
+    // As long as it takes until the encoder has nothing left to make better, and its last key frame is what is shown.
+    for (int i = 0; i < 4 * picturesPerKeyFrame; ++i) {
+        const MediaTime time = update(i == 0 ? std::vector{page} : std::vector<PixelRect>());
+        (void)encoder.encode(picture, i % picturesPerKeyFrame == 0, time);
+    }
+    for (int i = 0; i < times; ++i) {
+        if (blinks)
+            canvas.fill(caret, i % 2 == 0 ? 0x000000 : 0xFFFFFF);
+        const MediaTime time = update(blinks ? std::vector{caret} : std::vector<PixelRect>());
+        const bool isKeyFrameDue = !blinks && i % picturesPerKeyFrame == 0;
+        measured([&] { (void)encoder.encode(picture, isKeyFrameDue, time); });
     }
     return times;
 }
@@ -108,6 +144,8 @@ int main(int argc, char **argv) {
          }},
         {"compress-still", [] { return compress(false); }},
         {"compress-scrolling", [] { return compress(true); }},
+        {"screen-still", [] { return compressScreen(false); }},
+        {"screen-caret", [] { return compressScreen(true); }},
     };
     const auto path = paths.find(argc == 2 ? argv[1] : "");
     if (path == paths.end()) {

@@ -6,7 +6,8 @@ import subprocess
 
 from measuring import Figure
 
-PATHS = ("append-15", "append", "retrieve", "convert-screen", "convert-caret", "compress-still", "compress-scrolling")
+PATHS = ("append-15", "append", "retrieve", "convert-screen", "convert-caret", "compress-still", "compress-scrolling", "screen-still",
+         "screen-caret")
 _NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6}
 
 

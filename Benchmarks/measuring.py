@@ -23,18 +23,24 @@ def cores_used(process, seconds):
 
 def resident_bytes(process):
     """The memory of the process that is in use now, memory that it shares with the X server included."""
-    for line in Path(f"/proc/{process}/status").read_text(encoding="utf-8").splitlines():
-        if line.startswith("VmRSS:"):
-            return int(line.split()[1]) * 1024
-    raise ValueError(f"no memory is stated for process {process}")
+    return _stated(process, "status", "VmRSS")
+
+
+def anonymous_bytes(process):
+    """Of that, what the process has asked for itself: neither files nor what it shares with others."""
+    return _stated(process, "status", "RssAnon")
 
 
 def proportional_bytes(process):
-    """The same, but of what others have in use too only this process's share."""
-    for line in Path(f"/proc/{process}/smaps_rollup").read_text(encoding="utf-8").splitlines():
-        if line.startswith("Pss:"):
+    """All of it, but of what others have in use too only this process's share."""
+    return _stated(process, "smaps_rollup", "Pss")
+
+
+def _stated(process, file, name):
+    for line in Path(f"/proc/{process}/{file}").read_text(encoding="utf-8").splitlines():
+        if line.startswith(f"{name}:"):
             return int(line.split()[1]) * 1024
-    raise ValueError(f"no share of memory is stated for process {process}")
+    raise ValueError(f"{name} is not stated for process {process}")
 
 
 def load():

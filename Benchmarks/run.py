@@ -27,8 +27,8 @@ from expected import Expected
 from measuring import load
 
 MEASUREMENTS = {
-    "still": recording.still, "caret": recording.caret, "film": recording.film, "screen": recording.screen,
-    "idle": response.idle, "first": response.first, "append": counting.micro, "save": saving.save, "gap": response.gap,
+    "still": recording.still, "still-bytes": recording.still_bytes, "caret": recording.caret, "film": recording.film,
+    "screen": recording.screen, "idle": response.idle, "first": response.first, "append": counting.micro, "save": saving.save, "gap": response.gap,
     "icon": response.icon, "window": response.window, "instructions": counting.instructions,
 }
 # Minutes each: only when they are asked for.
