@@ -8,9 +8,11 @@ from pathlib import Path
 
 # The number stands in the upper left corner: one cell for each bit, the highest first, white for 1.
 CELL, BITS = 16, 8
+LINE = 17  # pixels from one line of text to the next
 
 
-def _ffmpeg(*arguments, **options):
+def run_ffmpeg(*arguments, **options):
+    """Runs it to its end; fails when it does."""
     done = subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-y", *map(str, arguments)], capture_output=True, timeout=300, check=False, **options)
     if done.returncode != 0:
         raise AssertionError(f"ffmpeg: {done.stderr.decode(errors='replace').strip()}")
@@ -36,7 +38,7 @@ class Film:
 def make_film(folder, width, height, x, y, pictures=60):
     """A moving test pattern, numbered from 0 on."""
     path = folder / f"film-{width}x{height}.bgr0"
-    _ffmpeg("-f", "lavfi", "-i", f"testsrc2=size={width}x{height}:rate=30", "-frames:v", pictures, "-pix_fmt", "bgr0", "-f", "rawvideo", path)
+    run_ffmpeg("-f", "lavfi", "-i", f"testsrc2=size={width}x{height}:rate=30", "-frames:v", pictures, "-pix_fmt", "bgr0", "-f", "rawvideo", path)
     film = Film(path, width, height, x, y, pictures)
     with open(path, "r+b") as file:
         for number in range(pictures):
@@ -50,9 +52,9 @@ def make_film(folder, width, height, x, y, pictures=60):
 
 def make_page(folder, width, height):
     """A page of small dense text that fills the screen."""
-    path = folder / "page.bgr0"
+    path = folder / f"page-{width}x{height}.bgr0"
     words = "the quick brown fox jumps over the lazy dog while 0123456789 sphinxes of black quartz judge { my == vow; } ".split()
-    lines = [" ".join(words[(7 * line + word) % len(words)] for word in range(36)) for line in range(64)]
+    lines = [" ".join(words[(7 * line + word) % len(words)] for word in range(36)) for line in range(-(-height // LINE))]
     subprocess.run(["convert", "-size", f"{width}x{height}", "xc:white", "-font", "DejaVu-Sans-Mono", "-pointsize", "14", "-fill", "#202020",
                     "-annotate", "+8+20", "\n".join(lines), "-depth", "8", f"bgra:{path}"], check=True, timeout=60)
     return Film(path, width, height, 0, 0, 1)
@@ -76,7 +78,7 @@ def numbers(clip, film, corner):
     """The number that each picture of the recording shows of the film, whose upper left corner is at `corner` there."""
     width = BITS * CELL
     area = f"crop={width}:{CELL}:{corner[0]}:{corner[1]}:exact=1,format=gray"
-    data = _ffmpeg("-i", clip, "-vf", area, "-fps_mode", "passthrough", "-f", "rawvideo", "-").stdout
+    data = run_ffmpeg("-i", clip, "-vf", area, "-fps_mode", "passthrough", "-f", "rawvideo", "-").stdout
     found = []
     for begin in range(0, len(data), width * CELL):
         middle = data[begin + width * (CELL // 2):][:width]

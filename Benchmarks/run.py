@@ -19,6 +19,7 @@ HERE = Path(__file__).resolve().parent
 sys.path[:0] = [str(HERE), str(HERE.parent / "scripts/lib")]
 
 import counting
+import presets
 import recording
 import response
 import saving
@@ -32,7 +33,7 @@ MEASUREMENTS = {
     "icon": response.icon, "window": response.window, "instructions": counting.instructions,
 }
 # Minutes each: only when they are asked for.
-LONG = {"long-gap": response.long_gap}
+LONG = {"long-gap": response.long_gap, "presets": presets.presets}
 # What can be judged on any machine, however busy.
 SHORT = ("append", "instructions")
 

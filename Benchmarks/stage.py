@@ -11,7 +11,14 @@ from desktop.processes import end_child, wait_for
 from desktop.program import Pellaro
 
 WIDTH, HEIGHT = 1920, 1080
-BIT_RATE, KEY_FRAME_INTERVAL, FINEST, THREADS = 15_000_000, 60, 20, 2
+BIT_RATE, KEY_FRAME_INTERVAL, FINEST, PRESET, THREADS = 15_000_000, 60, 20, "superfast", 2
+
+
+def encoder_options(preset=PRESET, threads=THREADS):
+    """What the command line has to say for libx264 to do what Pellaro asks of it, but for these two."""
+    return ("-c:v", "libx264", "-preset", preset, "-tune", "zerolatency", "-profile:v", "high", "-threads", threads, "-b:v", BIT_RATE,
+            "-maxrate", BIT_RATE, "-bufsize", 4 * BIT_RATE, "-qmin", FINEST, "-g", KEY_FRAME_INTERVAL, "-x264-params", "scenecut=0:force-cfr=1",
+            "-colorspace", "bt709", "-color_range", "tv")
 
 
 class Stage:
@@ -87,9 +94,7 @@ class Stage:
         process = self.desktop.start(
             "ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "x11grab", "-framerate", 30, "-draw_mouse", 1, "-video_size", f"{WIDTH}x{HEIGHT}",
             "-i", self.desktop.environment["DISPLAY"], "-vf", "scale=out_color_matrix=bt709:out_range=tv", "-pix_fmt", "yuv420p",
-            "-c:v", "libx264", "-preset", "superfast", "-tune", "zerolatency", "-profile:v", "high", "-threads", THREADS, "-b:v", BIT_RATE,
-            "-maxrate", BIT_RATE, "-bufsize", 4 * BIT_RATE, "-qmin", FINEST, "-g", KEY_FRAME_INTERVAL, "-x264-params", "scenecut=0:force-cfr=1",
-            "-colorspace", "bt709", "-color_range", "tv", *(("-f", "matroska", output) if output else ("-f", "null", "-")))
+            *encoder_options(), *(("-f", "matroska", output) if output else ("-f", "null", "-")))
         try:
             yield process
         finally:
