@@ -23,6 +23,7 @@ import presets
 import recording
 import response
 import saving
+import where
 from desktop.processes import exit_on_signals
 from expected import Expected
 from measuring import load
@@ -33,7 +34,7 @@ MEASUREMENTS = {
     "icon": response.icon, "window": response.window, "instructions": counting.instructions,
 }
 # Minutes each: only when they are asked for.
-LONG = {"long-gap": response.long_gap, "presets": presets.presets}
+LONG = {"long-gap": response.long_gap, "presets": presets.presets, "where": where.where}
 # What can be judged on any machine, however busy.
 SHORT = ("append", "instructions")
 

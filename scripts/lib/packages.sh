@@ -31,7 +31,7 @@ packages_test=(
 )
 
 # To measure: scripts/bench.
-packages_bench=(valgrind libxtst6)
+packages_bench=(valgrind libxtst6 "linux-perf|linux-tools-generic")
 
 # The compiler whose library makes up the fuzzers' inputs.
 packages_fuzz=(clang "libclang-rt-14-dev|libclang-rt-18-dev|libclang-rt-19-dev")
