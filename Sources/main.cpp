@@ -7,6 +7,7 @@
 #include "Sources/Updater.h"
 
 #include "Linux/LinuxPlatform.h"
+#include "Linux/System/MemoryAllocation.h"
 #include "Linux/X11/X11Compositing.h"
 #include "Linux/X11/X11ServerWatch.h"
 
@@ -109,6 +110,7 @@ int runApplication(QApplication &qtApplication) {
 } // namespace
 
 int main(int argumentCount, char **arguments) {
+    pellaro::keepLargeMemoryApart();
     std::optional<pellaro::X11ServerWatch> serverWatch;
     try {
         serverWatch.emplace("", endWithoutDisplayServer);

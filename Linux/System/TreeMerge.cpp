@@ -40,8 +40,8 @@ struct stat statusOf(const FileDescriptor &folder) {
 }
 
 void setModeAndTimes(const FileDescriptor &target, const struct stat &status) {
-    constexpr mode_t permissionBits = 0777;
-    posix::check(fchmod(target.get(), status.st_mode & permissionBits));
+    constexpr mode_t permissions = 0777;
+    posix::check(fchmod(target.get(), status.st_mode & permissions));
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
     posix::check(futimens(target.get(), times.data()));
 }
