@@ -5,6 +5,7 @@
 //
 // Prints the seconds that the save took by the clock, the processor seconds of all its threads, and its resident memory's peak in bytes.
 
+#include "Benchmarks/CompressedFilm.h"
 #include "Benchmarks/StreamedRecording.h"
 
 #include "Linux/FFmpeg/CompressionSessionX264.h"
@@ -26,23 +27,6 @@ namespace {
 
 using namespace pellaro;
 
-/// Two seconds of a moving text on a still screen: one key frame and the 59 pictures that go by it.
-std::vector<MediaSampleRef> compressedStretch() {
-    constexpr PixelRect moving{480, 270, 960, 540};
-    const auto session = test::preparedSession(1920, 1080);
-    test::Outputs outputs;
-    for (int i = 0; i < 60; ++i) {
-        test::Canvas canvas(1920, 1080);
-        canvas.scribble({0, 0, 1920, 250}, 1);
-        canvas.scribble(moving, static_cast<unsigned>(i / 6));
-        session->encodeFrame(canvas.picture(static_cast<std::uint64_t>(i), {moving}), MediaTime(i, 30), MediaTime::invalid(), std::nullopt,
-                             outputs.handler());
-    }
-    session->completeFrames(MediaTime::positiveInfinity());
-    session->invalidate();
-    return outputs.samples();
-}
-
 /// Chords with some noise: neither silence nor a single tone, both of which an encoder is done with sooner than with music.
 std::vector<MediaSampleRef> music(double seconds) {
     std::minstd_rand random(1);
@@ -57,7 +41,7 @@ std::vector<MediaSampleRef> music(double seconds) {
 }
 
 void fill(RingBuffer &buffer, double seconds, const std::vector<MediaSampleRef> &sound) {
-    const std::vector<MediaSampleRef> stretch = compressedStretch();
+    const std::vector<MediaSampleRef> stretch = bench::compressedStretch();
     const auto pictures = static_cast<std::size_t>(seconds * 30);
     std::size_t batch = 0;
     for (std::size_t i = 0; i < pictures; ++i) {

@@ -27,8 +27,13 @@ def resident_bytes(process):
 
 
 def anonymous_bytes(process):
-    """Of that, what the process has asked for itself: neither files nor what it shares with others."""
+    """Of resident memory, what the process has asked for itself: neither files nor what it shares with others."""
     return _stated(process, "status", "RssAnon")
+
+
+def picture_bytes(process):
+    """Of resident memory, what the process shares with the X server: the pictures of the screen."""
+    return _stated(process, "status", "RssShmem")
 
 
 def proportional_bytes(process):

@@ -19,6 +19,7 @@ HERE = Path(__file__).resolve().parent
 sys.path[:0] = [str(HERE), str(HERE.parent / "scripts/lib")]
 
 import counting
+import memory
 import presets
 import recording
 import response
@@ -34,7 +35,9 @@ MEASUREMENTS = {
     "icon": response.icon, "window": response.window, "instructions": counting.instructions,
 }
 # Minutes each: only when they are asked for.
-LONG = {"long-gap": response.long_gap, "presets": presets.presets, "where": where.where}
+LONG = {
+    "long-gap": response.long_gap, "presets": presets.presets, "where": where.where, "memory-hour": memory.hour,
+}
 # What can be judged on any machine, however busy.
 SHORT = ("append", "instructions")
 
