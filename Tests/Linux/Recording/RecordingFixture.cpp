@@ -25,8 +25,9 @@ Recording::Recording(const std::string &displayName)
 
 Recording::~Recording() {
     m_engine->stopCapture();
-    m_engine->waitForQueues();
+    m_engine->waitForQueues(); // stopped
     m_engine->setOnVideoSample(nullptr);
+    m_engine->waitForQueues(); // what was handed over before that has been received
     m_encoder->stop();
     m_fakes.mainThread.pump();
 }
