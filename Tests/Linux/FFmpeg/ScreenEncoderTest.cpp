@@ -51,8 +51,8 @@ private:
 };
 
 TEST(ScreenEncoder, RepeatsAStillPictureInAFewBytes) {
-    Screen screen(640, 360);
-    screen.canvas.scribble({0, 0, 640, 360}, 1);
+    Screen screen(160, 96);
+    screen.canvas.scribble({0, 0, 160, 96}, 1);
     screen.wait(50);
     const auto samples = screen.samples();
     ASSERT_EQ(samples.size(), 50u);
@@ -65,8 +65,8 @@ TEST(ScreenEncoder, RepeatsAStillPictureInAFewBytes) {
 }
 
 TEST(ScreenEncoder, HoldsTheKeyFramesOfAStillPictureInMemoryOnce) {
-    Screen screen(640, 360);
-    screen.canvas.scribble({0, 0, 640, 360}, 1);
+    Screen screen(160, 96);
+    screen.canvas.scribble({0, 0, 160, 96}, 1);
     screen.wait(301);
     std::vector<MediaSampleRef> keyFrames;
     const auto samples = screen.samples();
