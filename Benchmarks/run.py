@@ -24,6 +24,7 @@ import presets
 import recording
 import response
 import saving
+import sound
 import where
 from desktop.processes import exit_on_signals
 from expected import Expected
@@ -36,7 +37,7 @@ MEASUREMENTS = {
 }
 # Minutes each: only when they are asked for.
 LONG = {
-    "long-gap": response.long_gap, "presets": presets.presets, "where": where.where, "memory-hour": memory.hour,
+    "long-gap": response.long_gap, "presets": presets.presets, "where": where.where, "memory-hour": memory.hour, "sound-loss": sound.loss,
 }
 # What can be judged on any machine, however busy.
 SHORT = ("append", "instructions")
