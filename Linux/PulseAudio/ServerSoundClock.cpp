@@ -1,7 +1,6 @@
 #include "Linux/PulseAudio/ServerSoundClock.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace pellaro {
 
@@ -10,13 +9,17 @@ using namespace sound;
 namespace {
 
 constexpr std::size_t observationsToBelieve = 3;
+/// Word that is late by less than this is most likely only late: where other programs want the processors it is, by 10 ms and more, for a
+/// second at a time. Were it believed, sound would be cut away again when the word is in time. It counts when no earlier word is left.
+constexpr Nanoseconds smallestPause = 40 * millisecond;
 constexpr std::int64_t rememberedFrames = 2LL * framesPerSecond;
 
 } // namespace
 
 void ServerSoundClock::observe(std::int64_t frame, Nanoseconds time) {
     const Observation observation{frame, double(time) - double(frame) * nanosecondsPerFrame};
-    if (!m_offset || std::abs(observation.offset - *m_offset) >= double(smallestBreak)) {
+    const double delay = m_offset ? observation.offset - *m_offset : 0;
+    if (!m_offset || delay <= -double(smallestBreak) || delay >= double(smallestPause)) {
         m_doubtful.push_back(observation);
         if (m_doubtful.size() >= observationsToBelieve)
             believe();

@@ -12,8 +12,8 @@ namespace pellaro {
 ///
 /// What a server says can be late (it, or we, had no processor at that moment), never early by much: of the last two seconds' word the
 /// earliest counts. As those seconds pass, a sound device whose clock is slow or fast against the host's is followed.
-/// Word that is a break away from the rest is not believed before it has come three times in a row; until then no time is certain,
-/// because what was recorded meanwhile may lie on either side of a hole.
+/// Word that is a break earlier than the rest, or a pause later, is not believed before it has come three times in a row; until then no
+/// time is certain, because what was recorded meanwhile may lie on either side of a hole.
 ///
 /// A value type; one thread at a time. Frames are counted from the beginning of the recording.
 class ServerSoundClock {

@@ -104,6 +104,20 @@ TEST(ServerSoundClock, BelievesInAPauseAfterItWasToldThreeTimes) {
     EXPECT_NEAR(clock.timeOf(4 * piece), double(heardAt(4 * piece) + pause), 1);
 }
 
+TEST(ServerSoundClock, DoesNotTakeWordThatIsALittleLateForAPauseBeforeTwoSecondsHavePassed) {
+    ServerSoundClock clock = settledClock();
+    constexpr Nanoseconds late = 30 * millisecond;
+    for (std::int64_t frame = 4 * piece; frame <= 100 * piece; frame += piece) {
+        clock.observe(frame, heardAt(frame) + late);
+        ASSERT_TRUE(clock.isSettled());
+        ASSERT_NEAR(clock.timeOf(0), double(start), 1) << "it may be us, or the server, that had no processor";
+    }
+    for (std::int64_t frame = 101 * piece; frame <= 110 * piece; frame += piece)
+        clock.observe(frame, heardAt(frame) + late);
+    EXPECT_TRUE(clock.isSettled());
+    EXPECT_NEAR(clock.timeOf(0), double(start + late), 1) << "frames are missing";
+}
+
 TEST(ServerSoundClock, BelievesInAShorterDelayAfterItWasToldThreeTimes) {
     ServerSoundClock clock = settledClock();
     for (std::int64_t frame = 4 * piece; frame <= 6 * piece; frame += piece)

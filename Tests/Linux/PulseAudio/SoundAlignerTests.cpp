@@ -143,6 +143,18 @@ TEST(SoundAligner, DoesNotTakeASingleLateWordForAPause) {
     EXPECT_NEAR(bench.sink.end(), double(start + second + 51 * pieceLength), 22.0 * millisecond);
 }
 
+TEST(SoundAligner, LosesNothingWhileTheServersWordIsLateForASecond) {
+    Bench bench;
+    bench.aligner.beginStream();
+    bench.pieces(start, 50);
+    for (int i = 50; i < 100; ++i)
+        bench.piece(start + i * pieceLength, 11 * millisecond);
+    bench.pieces(start + 2 * second, 50);
+    EXPECT_EQ(bench.sink.complaints(), "");
+    EXPECT_GE(bench.loudFrames(), 150 * piece - framesPerBatch) << "but for the batch that is not full";
+    EXPECT_NEAR(bench.sink.end(), double(start + 3 * second), 22.0 * millisecond);
+}
+
 TEST(SoundAligner, LosesNothingOfAServerThatIsAlwaysLate) {
     Bench bench;
     bench.aligner.beginStream();
