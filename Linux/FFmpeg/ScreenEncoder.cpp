@@ -39,7 +39,7 @@ std::optional<std::vector<int>> touchedBlocks(const BlockGrid &grid, std::span<c
                 blocks.push_back(row * grid.columns + column);
         }
         std::ranges::sort(blocks);
-        blocks.erase(std::ranges::unique(blocks).begin(), blocks.end());
+        blocks.erase(std::unique(blocks.begin(), blocks.end()), blocks.end());
         if (blocks.size() > most)
             return std::nullopt;
     }
