@@ -15,6 +15,9 @@ constexpr Nanoseconds patienceWithoutSource = 20 * millisecond;
 /// What pieces of sound may be late beyond what the latest ones were.
 constexpr Nanoseconds patienceBeyondUsual = 40 * millisecond;
 constexpr Nanoseconds leastPatience = 60 * millisecond;
+/// A server that delivers sound all the time most likely goes on doing so: where other programs want the processors, it, or we, may have
+/// none for some tenths of a second. Silence that is put in too early costs as much of the sound.
+constexpr Nanoseconds patienceAfterSound = 350 * millisecond;
 constexpr Nanoseconds mostPatience = second;
 constexpr std::size_t rememberedDelays = 64;
 /// What is kept at most while the server does not say when it is heard.
@@ -71,11 +74,12 @@ void SoundAligner::noteDelay(Nanoseconds delay) {
         m_delays.pop_front();
 }
 
-Nanoseconds SoundAligner::patience(bool isFlowing) const {
+Nanoseconds SoundAligner::patience(Nanoseconds now, bool isFlowing) const {
     if (!isFlowing)
         return patienceWithoutSource;
     const Nanoseconds usual = m_delays.empty() ? 0 : std::ranges::max(m_delays);
-    return std::clamp(usual + patienceBeyondUsual, leastPatience, mostPatience);
+    const bool hasJustCome = now - m_lastArrival < patienceAfterSound;
+    return std::clamp(usual + patienceBeyondUsual, hasJustCome ? patienceAfterSound : leastPatience, mostPatience);
 }
 
 /// The server delivered something and then neither more nor word of it: what there is counts.
@@ -89,15 +93,15 @@ void SoundAligner::stopWaiting(Nanoseconds now) {
 
 void SoundAligner::advance(Nanoseconds now, bool isFlowing) {
     if (!m_waiting.empty()) {
-        if (now - m_lastArrival < patience(isFlowing))
+        if (now - m_lastArrival < patience(now, isFlowing))
             return;
         stopWaiting(now);
     }
-    m_batcher.fillUpTo(double(now - patience(isFlowing)));
+    m_batcher.fillUpTo(double(now - patience(now, isFlowing)));
 }
 
 Nanoseconds SoundAligner::timeToAdvance(Nanoseconds now, bool isFlowing) const {
-    const double due = (m_waiting.empty() ? m_batcher.nextDelivery() : double(m_lastArrival)) + double(patience(isFlowing));
+    const double due = (m_waiting.empty() ? m_batcher.nextDelivery() : double(m_lastArrival)) + double(patience(now, isFlowing));
     return std::max(static_cast<Nanoseconds>(due) - now, millisecond);
 }
 

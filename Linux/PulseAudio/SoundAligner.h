@@ -40,7 +40,7 @@ private:
     void release(sound::Nanoseconds now);
     void stopWaiting(sound::Nanoseconds now);
     void noteDelay(sound::Nanoseconds delay);
-    [[nodiscard]] sound::Nanoseconds patience(bool isFlowing) const;
+    [[nodiscard]] sound::Nanoseconds patience(sound::Nanoseconds now, bool isFlowing) const;
 
     SoundBatcher m_batcher;
     ServerSoundClock m_clock;

@@ -155,6 +155,23 @@ TEST(SoundAligner, LosesNothingWhileTheServersWordIsLateForASecond) {
     EXPECT_NEAR(bench.sink.end(), double(start + 3 * second), 22.0 * millisecond);
 }
 
+TEST(SoundAligner, LosesNothingWhenSoundIsLateForOnce) {
+    Bench bench;
+    bench.aligner.beginStream();
+    bench.pieces(start, 100);
+    const Nanoseconds heard = start + 2 * second;
+    const Nanoseconds now = heard + 300 * millisecond; // nobody had a processor meanwhile
+    bench.idle(heard, now, true);
+    for (Nanoseconds end = heard + pieceLength; end <= now; end += pieceLength) {
+        const std::vector<float> frames(std::size_t{piece} * channels, 0.8F);
+        bench.aligner.append(frames, now);
+        bench.aligner.observe(0, end, now);
+    }
+    bench.pieces(heard + 300 * millisecond, 50);
+    EXPECT_EQ(bench.sink.complaints(), "");
+    EXPECT_GE(bench.loudFrames(), 165 * piece - framesPerBatch) << "but for the batch that is not full";
+}
+
 TEST(SoundAligner, LosesNothingOfAServerThatIsAlwaysLate) {
     Bench bench;
     bench.aligner.beginStream();
