@@ -2,6 +2,7 @@
 
 #include "Linux/Qt/QtSymbols.h"
 
+#include <QCloseEvent>
 #include <QKeyEvent>
 #include <QStyle>
 
@@ -12,6 +13,7 @@ StatusMenu::StatusMenu(Menu menu, const QtSymbols &symbols) : m_menu(std::move(m
     setAccessibleName("Pellaro");
     for (const MenuItem &item : m_menu.items)
         addItem(item, symbols);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) { m_announcedState = state; });
 }
 
 void StatusMenu::addItem(const MenuItem &item, const QtSymbols &symbols) {
@@ -74,6 +76,12 @@ void StatusMenu::keyPressEvent(QKeyEvent *event) {
     }
     action->trigger();
     close();
+}
+
+// Qt closes every menu while the program becomes inactive, of which it learns late: a menu opened just after a window of the program has
+// gone would go at once. This one belongs to no window and holds the keyboard, so it stays. Qt tells of the new state afterwards.
+void StatusMenu::closeEvent(QCloseEvent *event) {
+    event->setAccepted(QGuiApplication::applicationState() == m_announcedState);
 }
 
 } // namespace pellaro

@@ -2,6 +2,7 @@
 
 #include "Platform/Desktop/Menu.h"
 
+#include <QGuiApplication>
 #include <QMenu>
 
 namespace pellaro {
@@ -20,6 +21,7 @@ public:
 protected:
     bool event(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
 
 private:
     void addItem(const MenuItem &item, const QtSymbols &symbols);
@@ -28,6 +30,7 @@ private:
 
     const Menu m_menu;
     const MenuItem *m_chosen = nullptr; // within m_menu
+    Qt::ApplicationState m_announcedState = QGuiApplication::applicationState();
 };
 
 } // namespace pellaro

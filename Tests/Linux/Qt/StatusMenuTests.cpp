@@ -4,10 +4,24 @@
 #include "Tests/Linux/Qt/TestTrayHost.h"
 
 #include <QAbstractButton>
+#include <QAbstractNativeEventFilter>
+#include <QTest>
 
 namespace pellaro::test {
 
 namespace {
+
+/// Sees when the X server has told the program that its window has lost the keys.
+class FocusWatch : public QAbstractNativeEventFilter {
+public:
+    FocusWatch() { qApp->installNativeEventFilter(this); }
+    bool nativeEventFilter(const QByteArray &, void *message, qintptr *) override {
+        isLost = isLost || (static_cast<xcb_generic_event_t *>(message)->response_type & 0x7f) == XCB_FOCUS_OUT;
+        return false;
+    }
+
+    bool isLost = false;
+};
 
 /// A status item that opens its menu on every click, as the program's own does while it is idle.
 class StatusMenuTest : public testing::Test {
@@ -190,6 +204,28 @@ TEST_F(StatusMenuTest, IsNotClosedByAnAlertThatComesMeanwhile) {
               });
     EXPECT_EQ(desk.alerts.runModal({.title = "open", .buttons = {"OK"}}), AlertResponse::firstButton);
     EXPECT_EQ(events, (std::vector<std::string>{"click", "closed", "quit", "alert"}));
+}
+
+TEST_F(StatusMenuTest, StaysOpenWhenAWindowOfTheProgramHasJustGone) {
+    QWidget window(nullptr, Qt::ToolTip | Qt::X11BypassWindowManagerHint); // as the panel on which regions are drawn
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    std::vector<Qt::ApplicationState> states;
+    const auto connection = QObject::connect(qApp, &QGuiApplication::applicationStateChanged,
+                                             [&](Qt::ApplicationState state) { states.push_back(state); });
+    FocusWatch focus;
+    window.hide();
+    ASSERT_TRUE(pumpUntil([&] { return focus.isLost; }));
+    // The click and the end of the time after which Qt takes the program for inactive meet: the menu opens, then Qt tells.
+    robot.click(rightButton, host->place().center());
+    QTest::qSleep(500);
+    ASSERT_TRUE(pumpUntil([&] { return !states.empty() && !events.empty(); }));
+    EXPECT_EQ(states.front(), Qt::ApplicationInactive) << "the case did not come about";
+    EXPECT_NE(openStatusMenu(), nullptr);
+    robot.type(Robot::escape);
+    EXPECT_TRUE(happens({"click", "closed"}));
+    QObject::disconnect(connection);
 }
 
 TEST_F(StatusMenuTest, IsGoneAfterAQuit) {
