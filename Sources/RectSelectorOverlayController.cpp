@@ -64,7 +64,7 @@ OverlayController::OverlayController(const OverlayPlacement &placement, const st
     m_panel->setGeometry(placement.geometry);
     m_view->setGeometry(m_panel->rect());
     m_panel->winId(); // creates the window
-    m_view->followMouse(*m_panel->windowHandle());
+    m_view->listenTo(*m_panel->windowHandle());
     m_frontTimer.setInterval(frontInterval);
     connect(&m_frontTimer, &QTimer::timeout, this, &OverlayController::stayInFront);
     // The region would not be where it was drawn.

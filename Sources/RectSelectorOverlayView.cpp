@@ -38,10 +38,10 @@ SelectorView::SelectorView(const Coordinates &coordinates, const std::optional<R
     setFocusPolicy(Qt::StrongFocus);
 }
 
-void SelectorView::followMouse(QWindow &window) {
+void SelectorView::listenTo(QWindow &window) {
     showCursor(window, SelectionCursor::crosshair);
-    // On the way to a widget the position is rounded to whole units, which may be several pixels, and the event is lost while an alert
-    // of the program is open.
+    // On the way to a widget events are lost while an alert of the program is open, and the position is rounded to whole units, which
+    // may be several pixels.
     window.installEventFilter(this);
 }
 
@@ -81,6 +81,12 @@ bool SelectorView::eventFilter(QObject *object, QEvent *event) {
     case QEvent::MouseMove:
     case QEvent::MouseButtonRelease:
         handleMouse(static_cast<QWindow &>(*object), static_cast<QMouseEvent &>(*event));
+        return true;
+    case QEvent::KeyPress:
+        keyPressEvent(static_cast<QKeyEvent *>(event));
+        return true;
+    case QEvent::KeyRelease:
+        keyReleaseEvent(static_cast<QKeyEvent *>(event));
         return true;
     default:
         return false;

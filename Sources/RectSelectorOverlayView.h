@@ -25,8 +25,8 @@ public:
     SelectorView(const Coordinates &coordinates, const std::optional<Rect> &initialRect,
                  std::function<void(const std::optional<Rect> &)> onComplete, QWidget *parent);
 
-    /// The mouse is followed in this window, which the widget fills.
-    void followMouse(QWindow &window);
+    /// Mouse and keys are taken from this window, which the widget fills.
+    void listenTo(QWindow &window);
     /// What to show below the dimming, in pixels of the screen. Without it the widget is transparent, where its window can be.
     void setStill(QImage still);
     /// Shows the screen without anything over it, at once and for good.

@@ -247,6 +247,19 @@ TEST_F(OverlayLifeTest, GoesOnOverAnAlertThatWasOpenBefore) {
     EXPECT_TRUE(alert.isVisible());
 }
 
+// The keys reach it through the alert's window or its own, whichever Qt takes for the one with the focus.
+TEST_F(OverlayLifeTest, TakesTheKeysOfItsOwnWindowWhileAnAlertIsOpen) {
+    QDialog alert;
+    alert.setWindowModality(Qt::ApplicationModal);
+    alert.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&alert));
+    onceShown([] { QTest::keyClick(panel()->windowHandle(), Qt::Key_Return); });
+    EXPECT_EQ(select(initial), initial);
+    onceShown([] { QTest::keyClick(panel()->windowHandle(), Qt::Key_Escape); });
+    EXPECT_EQ(select(initial), std::nullopt);
+    EXPECT_TRUE(alert.isVisible());
+}
+
 TEST_F(OverlayLifeTest, GoesOnOverAnAlertThatOpensMeanwhile) {
     for (const bool withMouse : {true, false}) {
         QDialog alert;
