@@ -212,8 +212,8 @@ TEST_F(StatusMenuTest, StaysOpenWhenAWindowOfTheProgramHasJustGone) {
     window.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     std::vector<Qt::ApplicationState> states;
-    const auto connection = QObject::connect(qApp, &QGuiApplication::applicationStateChanged,
-                                             [&](Qt::ApplicationState state) { states.push_back(state); });
+    QObject::connect(qApp, &QGuiApplication::applicationStateChanged, &window,
+                     [&](Qt::ApplicationState state) { states.push_back(state); });
     FocusWatch focus;
     window.hide();
     ASSERT_TRUE(pumpUntil([&] { return focus.isLost; }));
@@ -225,7 +225,6 @@ TEST_F(StatusMenuTest, StaysOpenWhenAWindowOfTheProgramHasJustGone) {
     EXPECT_NE(openStatusMenu(), nullptr);
     robot.type(Robot::escape);
     EXPECT_TRUE(happens({"click", "closed"}));
-    QObject::disconnect(connection);
 }
 
 TEST_F(StatusMenuTest, IsGoneAfterAQuit) {
