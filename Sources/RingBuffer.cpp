@@ -49,8 +49,15 @@ std::vector<Chunk> RingBuffer::retrieve(double duration, MediaTime before) const
     }
     const MediaTime start = end - MediaTime::fromSeconds(duration, end.timescale);
     result.reserve(m_chunks.size());
-    std::ranges::copy_if(m_chunks, std::back_inserter(result),
-                         [&](const Chunk &chunk) { return start <= chunk.timestamp && chunk.timestamp <= end; });
+    // A reference is counted in the sample itself, which nobody has touched for a long time: its memory is asked for a little before.
+    constexpr std::size_t samplesAhead = 8;
+    auto ahead = m_chunks.begin() + static_cast<std::ptrdiff_t>(std::min(samplesAhead, m_chunks.size()));
+    for (const Chunk &chunk : m_chunks) {
+        if (ahead != m_chunks.end())
+            __builtin_prefetch((ahead++)->sampleBuffer.get(), 1);
+        if (start <= chunk.timestamp && chunk.timestamp <= end)
+            result.push_back(chunk);
+    }
     return result;
 }
 
