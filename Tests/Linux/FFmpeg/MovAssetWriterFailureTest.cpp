@@ -104,7 +104,7 @@ TEST(MovAssetWriterFailure, KeepsTheFileOfACompletedWriter) {
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-/// Exports until the disk takes no more; runs in a process of its own. Prints what the writer says.
+/// Exports 4 MB, until the disk takes no more; runs in a process of its own. Prints what the writer says.
 int exportThatCannotEnd(const std::string &path, int expectedError) {
     Export clip(path);
     std::vector<MediaSampleRef> video;
@@ -155,7 +155,7 @@ int exportToSmallDisk() {
     std::filesystem::create_directory(disk);
     if (::unshare(CLONE_NEWNS) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
         return notPossibleHere;
-    if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 || ::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=256k") != 0)
+    if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 || ::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=2m") != 0)
         return notPossibleHere;
     const int code = exportThatCannotEnd(disk + "/clip.mp4", ENOSPC);
     ::umount2(disk.c_str(), MNT_DETACH);
@@ -165,7 +165,7 @@ int exportToSmallDisk() {
 int exportWithinFileSizeLimit() {
     const TemporaryFolder folder;
     std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{200'000, 200'000};
+    const rlimit limit{2'000'000, 2'000'000};
     if (::setrlimit(RLIMIT_FSIZE, &limit) != 0)
         return notPossibleHere;
     return exportThatCannotEnd(folder.file("clip.mp4"), EFBIG);
