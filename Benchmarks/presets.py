@@ -9,9 +9,11 @@ from pathlib import Path
 import film as films
 from chart import bar_charts
 from measuring import Figure
-from stage import HEIGHT, KEY_FRAME_INTERVAL, PRESET, THREADS, WIDTH, encoder_options
+from stage import HEIGHT, KEY_FRAME_INTERVAL, PARTITIONS, PRESET, THREADS, WIDTH, encoder_options
 
-PRESETS = ("ultrafast", "superfast", "veryfast")
+# What a choice is called, and its preset and partitions.
+OWN = f"{PRESET}+p8x8"
+CHOICES = {"ultrafast": ("ultrafast", None), "superfast": ("superfast", None), OWN: (PRESET, PARTITIONS), "veryfast": ("veryfast", None)}
 AUTO = "auto"
 THREAD_COUNTS = ("1", "2", AUTO)
 PICTURES = 150
@@ -43,7 +45,7 @@ class Run:
 @dataclass(frozen=True)
 class Result:
     scene: str
-    preset: str
+    choice: str
     threads: str
     processor: float
     clock: float
@@ -86,15 +88,16 @@ def _likeness(scene, clip):
 
 def _results(scene, folder):
     """Each choice in turn, several times; what the same takes without the encoder is subtracted."""
-    choices = [(preset, threads) for preset in PRESETS for threads in THREAD_COUNTS]
+    choices = [(choice, threads) for choice in CHOICES for threads in THREAD_COUNTS]
     clips = {choice: folder / f"{'-'.join(choice)}.mkv" for choice in choices}
     runs = {choice: [] for choice in choices}
     for _ in range(ROUNDS):
         reading = measure(scene, "-c:v", "wrapped_avframe", "-f", "null", "-")
-        for preset, threads in choices:
-            options = encoder_options(preset, 0 if threads == AUTO else threads)
-            run = measure(scene, *options, "-f", "matroska", clips[preset, threads])
-            runs[preset, threads].append(Run(run.processor - reading.processor, run.clock - reading.clock))
+        for choice, threads in choices:
+            preset, partitions = CHOICES[choice]
+            options = encoder_options(preset, 0 if threads == AUTO else threads, partitions)
+            run = measure(scene, *options, "-f", "matroska", clips[choice, threads])
+            runs[choice, threads].append(Run(run.processor - reading.processor, run.clock - reading.clock))
     for choice in choices:
         packets = films.packets(clips[choice])
         if len(packets) != PICTURES:
@@ -104,21 +107,21 @@ def _results(scene, folder):
 
 
 def _table(results):
-    lines = ["| | preset | threads | processor time, ms a picture | by the clock, ms | SSIM | bytes a picture |", "| --- | --- | --- | --- | --- | --- | --- |"]
+    lines = ["| | choice | threads | processor time, ms a picture | by the clock, ms | SSIM | bytes a picture |", "| --- | --- | --- | --- | --- | --- | --- |"]
     for each in results:
-        lines.append(f"| {each.scene} | {each.preset} | {each.threads} | {each.processor:.1f} | {each.clock:.1f} | {each.ssim:.5f} | {each.size:,.0f} |")
+        lines.append(f"| {each.scene} | {each.choice} | {each.threads} | {each.processor:.1f} | {each.clock:.1f} | {each.ssim:.5f} | {each.size:,.0f} |")
     return "\n".join(lines) + "\n"
 
 
 def _picture(results):
-    """For each scene the presets with as many threads as Pellaro takes, each beside its own choice."""
+    """For each scene the choices with as many threads as Pellaro takes, each beside its own choice."""
     groups = {}
     for each in results:
         if each.threads == str(THREADS):
             groups.setdefault(each.scene, []).append(each)
     charts = []
     for title, value, unit in (("processor time", lambda each: each.processor, " ms"), ("size", lambda each: each.size / 1000, " kB")):
-        bars = {scene: [(each.preset, value(each), each.preset == PRESET) for each in group] for scene, group in groups.items()}
+        bars = {scene: [(each.choice, value(each), each.choice == OWN) for each in group] for scene, group in groups.items()}
         charts.append((f"{title} for each picture", bars, unit))
     return bar_charts(charts)
 
@@ -132,11 +135,11 @@ def presets(build, _seconds, _folder):
     output.mkdir(parents=True, exist_ok=True)
     (output / "presets.md").write_text(_table(results), encoding="utf-8")
     (output / "presets.svg").write_text(_picture(results), encoding="utf-8")
-    found = {(each.scene, each.preset): each for each in results if each.threads == str(THREADS)}
+    found = {(each.scene, each.choice): each for each in results if each.threads == str(THREADS)}
     scenes = sorted({each.scene for each in results})
 
-    def beside(preset, value):
-        return tuple(value(found[scene, PRESET]) / value(found[scene, preset]) for scene in scenes)
+    def beside(choice, value):
+        return tuple(value(found[scene, OWN]) / value(found[scene, choice]) for scene in scenes)
 
     faster, slower = beside("ultrafast", lambda each: each.size), beside("veryfast", lambda each: each.processor)
     note = ", ".join(scenes) + f"; {output / 'presets.md'}"

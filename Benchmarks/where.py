@@ -10,7 +10,7 @@ import film as films
 import presets
 from measuring import Figure, processor_seconds
 from recording import FILM_AT, FILM_SIZE, MEGABYTE, WARM_UP
-from stage import HEIGHT, KEY_FRAME_INTERVAL, WIDTH, Stage, encoder_options
+from stage import HEIGHT, KEY_FRAME_INTERVAL, PARTITIONS, WIDTH, Stage, encoder_options
 
 SAMPLES_A_SECOND = 997  # no divisor of what the program does 30 times a second
 COPIES = 200
@@ -80,7 +80,7 @@ def _encoder_milliseconds(folder, film, page):
     took = []
     for _ in range(presets.ROUNDS):
         reading = presets.measure(scene, "-c:v", "wrapped_avframe", "-f", "null", "-").processor
-        took.append(presets.measure(scene, *encoder_options(), "-f", "null", "-").processor - reading)
+        took.append(presets.measure(scene, *encoder_options(partitions=PARTITIONS), "-f", "null", "-").processor - reading)
     return sorted(took)[len(took) // 2]
 
 

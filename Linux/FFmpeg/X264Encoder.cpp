@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <string>
 #include <thread>
 
 extern "C" {
@@ -78,7 +79,11 @@ CodecContextPtr openContext(int width, int height, const X264Settings &settings)
     options.set("profile", "high");
     options.set("forced-idr", 1);
     // Key frames come where the session asks for them, not where the picture changes.
-    options.set("x264-params", "scenecut=0:force-cfr=1");
+    std::string parameters = "scenecut=0:force-cfr=1";
+    // Parts of a macroblock may move on their own, which superfast leaves out: fewer bytes and a better picture for little time.
+    if (settings.realTime)
+        parameters += ":partitions=p8x8,i8x8,i4x4";
+    options.set("x264-params", parameters.c_str());
     if (!bucket)
         options.set("crf", bestQuantizer);
     checkLibav(avcodec_open2(context.get(), codec, options.address()));
