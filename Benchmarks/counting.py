@@ -12,13 +12,13 @@ _NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6}
 
 
 def micro(build, _seconds, _folder):
-    """Appending to the buffer and looking at it, with Google Benchmark: processor time, the median of five repetitions."""
+    """Appending to the buffer and looking at it, with Google Benchmark: by the clock, the median of five repetitions."""
     done = subprocess.run([str(build / "Benchmarks/ring_buffer_benchmark"), "--benchmark_format=json", "--benchmark_repetitions=5",
                            "--benchmark_min_time=0.2"], capture_output=True, check=True, timeout=300)
     took = {}
     for each in json.loads(done.stdout)["benchmarks"]:
         if each.get("aggregate_name") == "median":
-            took[each["run_name"]] = each["cpu_time"] * _NANOSECONDS[each["time_unit"]]
+            took[each["run_name"].removesuffix("/manual_time")] = each["real_time"] * _NANOSECONDS[each["time_unit"]]
     note = ", ".join(f"{seconds} s: {took[f'append/{seconds}']:.0f} ns" for seconds in (15, 60, 300))
     return [Figure("append", took["append/300"], note=note), Figure("append-flat", took["append/300"] / took["append/15"], note=note),
             Figure("retrieve", took["retrieve/300"] / 1e6)]

@@ -12,6 +12,7 @@ from screen import Screen
 from stage import HEIGHT, WIDTH, Stage
 
 AGAIN = 5
+WINDOW_WIDTH, WINDOW_HEIGHT = 540, 520  # of the settings with their frame, and a little more: they come up in the middle
 PICTURE = 1 / 30
 MILLISECOND = 1e-3
 
@@ -45,7 +46,7 @@ def first(build, _seconds, folder):
 
 def window(build, _seconds, _folder):
     """From the request for the settings to the window as it then stays."""
-    area = (0, 0, WIDTH, HEIGHT // 2)
+    area = ((WIDTH - WINDOW_WIDTH) // 2, (HEIGHT - WINDOW_HEIGHT) // 2, WINDOW_WIDTH, WINDOW_HEIGHT)
     first_times, again = [], []
     with Stage(build) as stage:
         screen = Screen(stage.desktop)

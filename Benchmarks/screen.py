@@ -6,6 +6,7 @@ import time
 
 _ALL_PLANES = 0xFFFFFFFF
 _Z_PIXMAP = 2
+_PAUSE = 1e-3  # seconds
 
 
 class _Image(ctypes.Structure):
@@ -50,19 +51,22 @@ class Screen:
         self._x.XSync(self._display, 0)
         return now
 
-    def first_change(self, area, before, seconds=5):
+    def first_change(self, area, before, seconds=5, pause=0):
         """When the area first looks otherwise than `before`, in seconds of the host clock."""
         end = time.monotonic() + seconds
         while time.monotonic() < end:
             if self.pixels(*area) != before:
                 return time.monotonic()
+            time.sleep(pause)
         raise AssertionError(f"nothing has changed on the screen in {seconds} s")
 
     def settled(self, area, before, quiet=0.4, seconds=5):
-        """When the area has got the look that it then keeps for `quiet` seconds; it has to be another than `before`."""
-        changed = self.first_change(area, before, seconds)
+        """When the area has got the look that it then keeps for `quiet` seconds; it has to be another than `before`. Good to two
+        milliseconds: the server is left alone between two looks, since it has to serve those who are looked at."""
+        changed = self.first_change(area, before, seconds, _PAUSE)
         shown = self.pixels(*area)
         while time.monotonic() - changed < quiet:
+            time.sleep(_PAUSE)
             now = self.pixels(*area)
             if now != shown:
                 shown, changed = now, time.monotonic()

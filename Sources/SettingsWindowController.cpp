@@ -37,7 +37,8 @@ void SettingsWindowController::show() {
         createWindow();
     m_window->setWindowTitle(QString::fromStdString(L("Pellaro Settings", "Pellaro Einstellungen")));
     m_window->setMinimumSize(smallestSize.boundedTo(roomForWindow().size()));
-    m_view->refresh();
+    if (m_window->isVisible()) // otherwise it does so itself when it is shown
+        m_view->refresh();
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
     m_window->show();
     m_window->raise();
