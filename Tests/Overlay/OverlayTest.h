@@ -67,9 +67,11 @@ private:
     QTimer m_timer;
 };
 
-/// For the names of tests that run once for each scale factor.
 /// The scale factor of this program, or "mixed".
 extern const char *const testedScale;
+/// What it shows the overlay on: "one-screen", "two-screens" or "compositor".
+extern const char *const testedDesktop;
+/// For the names of tests that run once for each scale factor.
 [[nodiscard]] std::string scaleName(const testing::TestParamInfo<const char *> &scale);
 
 /// The colour under the dimming.

@@ -1,5 +1,6 @@
 #include "Linux/X11/X11Connection.h"
 #include "Tests/Linux/X11/ScreenPainter.h"
+#include "Tests/Overlay/OverlayTest.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/WaitFor.h"
 #include "Tests/Support/XvfbServer.h"
@@ -16,13 +17,7 @@
 
 namespace pellaro::test {
 
-extern constinit const char *const testedScale = PELLARO_TEST_SCALE; // known before any test is listed
-
 namespace {
-
-/// What the build file asks for: "one-screen", "two-screens" or "compositor".
-constexpr std::string_view desktop = PELLARO_TEST_DESKTOP;
-constexpr std::string_view scale = PELLARO_TEST_SCALE;
 
 void placeTwoScreens(const std::string &display) {
     ScreenPainter painter(display);
@@ -53,6 +48,8 @@ std::unique_ptr<ChildProcess> startCompositor(const std::string &display) {
 }
 
 int run(int argc, char **argv) {
+    const std::string_view scale = testedScale;
+    const std::string_view desktop = testedDesktop;
     const XvfbServer server(1280, 720);
     QTemporaryDir home;
     qputenv("DISPLAY", server.displayName().c_str());
@@ -60,7 +57,7 @@ int run(int argc, char **argv) {
     if (scale == "mixed")
         qputenv("QT_SCREEN_SCALE_FACTORS", "left=1;right=2");
     else
-        qputenv("QT_SCALE_FACTOR", scale.data());
+        qputenv("QT_SCALE_FACTOR", testedScale);
     qputenv("HOME", home.path().toUtf8());
     qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
     qputenv("NO_AT_BRIDGE", "1");
