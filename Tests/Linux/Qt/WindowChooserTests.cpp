@@ -125,6 +125,8 @@ TEST_F(WindowChooserTest, ADoubleClickChooses) {
     QApplication::setDoubleClickInterval(10'000); // on a busy machine two clicks in a row can be half a second apart
     openWithFive();
     robot.click(1, placeOf(2));
+    // Window managers see a press first: one that comes while they decide on another, as nobody is fast enough to make it, may be lost.
+    ASSERT_TRUE(pumpUntil([this] { return selected() == "Photos of Rome"; }));
     robot.click(1, placeOf(2));
     expectChosen(3);
 }
