@@ -48,7 +48,9 @@ constexpr int redShift = littleEndian ? 16 : 8;
 
 inline __attribute__((always_inline)) std::uint32_t pixelAt(const std::byte *row, int index) {
     std::uint32_t pixel;
-    std::memcpy(&pixel, row + 4 * static_cast<std::ptrdiff_t>(index), sizeof pixel);
+    // Pixels stand at multiples of their size: told so, the thread sanitizer does not look at each byte.
+    row = static_cast<const std::byte *>(__builtin_assume_aligned(row, sizeof pixel));
+    std::memcpy(&pixel, row + sizeof pixel * static_cast<std::size_t>(index), sizeof pixel);
     return pixel;
 }
 

@@ -16,7 +16,7 @@ namespace pellaro {
 struct PixelBuffer {
     int width = 0;
     int height = 0;
-    /// Distance between the starts of two rows, bytes; at least 4 × width.
+    /// Distance between the starts of two rows, bytes; at least 4 × width, and like the address of the first row a multiple of 4.
     int bytesPerRow = 0;
     std::shared_ptr<const std::byte[]> pixels;
 
