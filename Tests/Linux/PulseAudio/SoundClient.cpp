@@ -1,10 +1,10 @@
 #include "SoundClient.h"
 
+#include "SoundSink.h"
 #include "Tests/Support/WaitFor.h"
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 #include <numbers>
 #include <stdexcept>
 #include <vector>
@@ -13,10 +13,10 @@ namespace pellaro::test {
 
 namespace {
 
-constexpr int rate = 48'000;
+constexpr int playedRate = 48'000;
 constexpr int channels = 2;
 constexpr std::int64_t bytesPerFrame = 8;
-constexpr std::int64_t beepFrames = rate / 20;
+constexpr std::int64_t beepFrames = playedRate / 20;
 
 class Lock {
 public:
@@ -28,12 +28,6 @@ public:
 private:
     pa_threaded_mainloop *const m_loop;
 };
-
-double nowNanoseconds() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return double(time.tv_sec) * 1e9 + double(time.tv_nsec);
-}
 
 /// Lives until its operation is done.
 struct Answer {
@@ -185,13 +179,13 @@ std::string SoundClient::defaultSink() {
 SoundPlayer::SoundPlayer(SoundClient &client, const std::string &sink, double tone) : m_client(client), m_tone(tone) {
     {
         const Lock lock(client.loop());
-        const pa_sample_spec form{.format = PA_SAMPLE_FLOAT32NE, .rate = rate, .channels = channels};
+        const pa_sample_spec form{.format = PA_SAMPLE_FLOAT32NE, .rate = playedRate, .channels = channels};
         m_stream = pa_stream_new(client.context(), "Test sound", &form, nullptr);
         pa_stream_set_write_callback(
             m_stream, [](pa_stream *, std::size_t bytes, void *self) { static_cast<SoundPlayer *>(self)->write(bytes); }, this);
         constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
         const pa_buffer_attr buffer{.maxlength = serversChoice,
-                                    .tlength = rate / 10 * bytesPerFrame,
+                                    .tlength = playedRate / 10 * bytesPerFrame,
                                     .prebuf = serversChoice,
                                     .minreq = serversChoice,
                                     .fragsize = serversChoice};
@@ -228,8 +222,8 @@ void SoundPlayer::write(std::size_t bytes) {
         const std::int64_t frame = m_written + i;
         const bool isBeep = m_beepStart >= 0 && frame >= m_beepStart && frame < m_beepStart + beepFrames;
         // A cosine for beeps: loud from its first frame.
-        const double value = isBeep ? 0.8 * std::cos(2 * std::numbers::pi * 1000 * double(frame - m_beepStart) / rate)
-                                    : 0.4 * std::sin(2 * std::numbers::pi * m_tone * double(frame) / rate);
+        const double value = isBeep ? 0.8 * std::cos(2 * std::numbers::pi * 1000 * double(frame - m_beepStart) / playedRate)
+                                    : 0.4 * std::sin(2 * std::numbers::pi * m_tone * double(frame) / playedRate);
         frames[static_cast<std::size_t>(i) * channels] = static_cast<float>(value);
         frames[static_cast<std::size_t>(i) * channels + 1] = static_cast<float>(value / 2);
     }
@@ -254,7 +248,7 @@ void SoundPlayer::timingKnown() {
     if (!timing || timing->read_index_corrupt || timing->read_index <= 0)
         return;
     const double heardAtReadIndex = nowNanoseconds() + double(timing->sink_usec) * 1000;
-    const double offset = heardAtReadIndex - double(timing->read_index) / bytesPerFrame / rate * 1e9;
+    const double offset = heardAtReadIndex - double(timing->read_index) / bytesPerFrame / playedRate * 1e9;
     m_offsets += offset;
     ++m_answers;
 }
@@ -274,7 +268,7 @@ double SoundPlayer::beep(const std::function<void()> &atBeginning) {
             const Lock lock(m_client.loop());
             askForTiming();
             if (m_answers > 0 && m_beepStart >= 0)
-                heard = m_offsets / m_answers + double(m_beepStart) / rate * 1e9;
+                heard = m_offsets / m_answers + double(m_beepStart) / playedRate * 1e9;
         }
         if (heard && !hasBegun && nowNanoseconds() >= *heard) {
             hasBegun = true;
