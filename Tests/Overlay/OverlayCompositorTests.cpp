@@ -10,14 +10,14 @@ namespace pellaro::test {
 
 namespace {
 
-constexpr std::uint32_t red = 0xff0000;
 constexpr std::uint32_t blue = 0x2040c0;
 constexpr std::uint32_t orange = 0xf08020;
 
 /// Under a compositing manager that fades windows in and out.
-class OverlayCompositorTest : public OverlayTest, public testing::WithParamInterface<const char *> {
+class OverlayCompositorTest : public OverlayTest {
 protected:
     void SetUp() override {
+        ASSERT_EQ(testedDesktop(), "compositor") << "see PELLARO_TEST_DESKTOP";
         if (QStandardPaths::findExecutable("picom").isEmpty())
             GTEST_SKIP() << "picom is not installed";
         OverlayTest::SetUp();
@@ -49,7 +49,7 @@ protected:
 
 } // namespace
 
-TEST_P(OverlayCompositorTest, ShowsTheLivingScreen) {
+TEST_F(OverlayCompositorTest, ShowsTheLivingScreen) {
     const PixelRect inside{320, 220, 60, 40}; // within the first third of the region
     const PixelRect outside{20, 20, 200, 100};
     onceShown([&] {
@@ -63,7 +63,7 @@ TEST_P(OverlayCompositorTest, ShowsTheLivingScreen) {
     EXPECT_EQ(recorded(*rect), (PixelRect{300, 200, 400, 300}));
 }
 
-TEST_P(OverlayCompositorTest, HasLeftTheScreenWhenTheCallerIsAnswered) {
+TEST_F(OverlayCompositorTest, HasLeftTheScreenWhenTheCallerIsAnswered) {
     for (int i = 0; i < 5; ++i) {
         when([&] { return isAll({20, 20, 200, 100}, dimmed(blue)); }, [&] { drag(300, 200, 700, 500); });
         EXPECT_TRUE(select(std::nullopt, OverlayBackdrop::live));
@@ -71,7 +71,7 @@ TEST_P(OverlayCompositorTest, HasLeftTheScreenWhenTheCallerIsAnswered) {
     }
 }
 
-TEST_P(OverlayCompositorTest, ShowsAStillHereToo) {
+TEST_F(OverlayCompositorTest, ShowsAStillHereToo) {
     const PixelRect inside{320, 220, 60, 40};
     onceShown([&] {
         press(300, 200);
@@ -80,7 +80,5 @@ TEST_P(OverlayCompositorTest, ShowsAStillHereToo) {
     when([&] { return isAll(inside, blue) && isAll({20, 20, 200, 100}, dimmed(blue)); }, [&] { robot.release(1); });
     EXPECT_TRUE(select());
 }
-
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayCompositorTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

@@ -22,7 +22,6 @@ namespace pellaro::test {
 namespace {
 
 constexpr Rect initial{300, 150, 300, 200};
-constexpr std::uint32_t red = 0xff0000;
 constexpr std::uint32_t green = 0x00ff00;
 
 class OverlayLifeTest : public OverlayTest {

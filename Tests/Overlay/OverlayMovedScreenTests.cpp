@@ -9,7 +9,7 @@ class OverlayMovedScreenTest : public OverlayTwoScreensTest {};
 
 } // namespace
 
-TEST_P(OverlayMovedScreenTest, CoversItsScreenWhereItHasMovedTo) {
+TEST_F(OverlayMovedScreenTest, CoversItsScreenWhereItHasMovedTo) {
     constexpr PixelRect moved{700, 50, 500, 600};
     painter.moveMonitor("right", moved);
     choose("right", moved);
@@ -20,7 +20,5 @@ TEST_P(OverlayMovedScreenTest, CoversItsScreenWhereItHasMovedTo) {
     EXPECT_NEAR(rect->y, 153 / scale, 1e-6);
     EXPECT_EQ(recorded(*rect), (PixelRect{701, 203, 400, 205}));
 }
-
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayMovedScreenTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

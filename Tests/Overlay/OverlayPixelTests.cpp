@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint32_t white = 0xffffff;
 
 /// What the user sees, pixel by pixel, without a compositing manager. Once for each scale factor, see the build file.
-class OverlayPixelTest : public OverlayTest, public testing::WithParamInterface<const char *> {
+class OverlayPixelTest : public OverlayTest {
 protected:
     void SetUp() override {
         OverlayTest::SetUp();
@@ -55,12 +55,12 @@ protected:
 
 } // namespace
 
-TEST_P(OverlayPixelTest, DimsTheWholeScreenWhileThereIsNoRegion) {
+TEST_F(OverlayPixelTest, DimsTheWholeScreenWhileThereIsNoRegion) {
     whenShown(screenPixels, true, {roomForHint(640, 360)}, [this] { robot.type(Robot::escape); });
     EXPECT_EQ(select(), std::nullopt);
 }
 
-TEST_P(OverlayPixelTest, ShowsTheRegionAsTheScreenIs) {
+TEST_F(OverlayPixelTest, ShowsTheRegionAsTheScreenIs) {
     const PixelRect region{301, 103, 603, 402};
     const int half = pixels(1);
     const PixelRect inside{region.x + half, region.y + half, region.width - 2 * half, region.height - 2 * half};
@@ -91,7 +91,7 @@ TEST_P(OverlayPixelTest, ShowsTheRegionAsTheScreenIs) {
     EXPECT_EQ(recorded(*rect), region);
 }
 
-TEST_P(OverlayPixelTest, DrawsTheBorderOnTheEdgeOfWhatIsRecorded) {
+TEST_F(OverlayPixelTest, DrawsTheBorderOnTheEdgeOfWhatIsRecorded) {
     const PixelRect region{301, 103, 603, 402};
     const int width = static_cast<int>(std::lround(2 * scale));
     const int y = 203, x = 401; // away from handles and grid
@@ -118,7 +118,7 @@ TEST_P(OverlayPixelTest, DrawsTheBorderOnTheEdgeOfWhatIsRecorded) {
     robot.release(1);
 }
 
-TEST_P(OverlayPixelTest, ShowsAnInitialRegionFromAnotherScaleFactorAsItIsRecorded) {
+TEST_F(OverlayPixelTest, ShowsAnInitialRegionFromAnotherScaleFactorAsItIsRecorded) {
     const Rect initial{100.3, 50.4, 200.7, 100.9};
     const PixelRect region = recorded(initial);
     const int half = static_cast<int>(std::lround(2 * scale)) / 2;
@@ -131,7 +131,7 @@ TEST_P(OverlayPixelTest, ShowsAnInitialRegionFromAnotherScaleFactorAsItIsRecorde
     EXPECT_EQ(select(initial), initial);
 }
 
-TEST_P(OverlayPixelTest, DrawsTheHandlesAsWhiteCircles) {
+TEST_F(OverlayPixelTest, DrawsTheHandlesAsWhiteCircles) {
     const Rect initial{200, 100, 150, 120};
     const auto isWhite = [&](double x, double y) { return pixel(static_cast<int>(x * scale), static_cast<int>(y * scale)) == white; };
     for (const double x : {200.0, 350.0})
@@ -141,7 +141,7 @@ TEST_P(OverlayPixelTest, DrawsTheHandlesAsWhiteCircles) {
     EXPECT_EQ(select(initial), std::nullopt);
 }
 
-TEST_P(OverlayPixelTest, PutsTheSizeLabelAboveARegionThatEndsAtTheBottomOfTheScreen) {
+TEST_F(OverlayPixelTest, PutsTheSizeLabelAboveARegionThatEndsAtTheBottomOfTheScreen) {
     // The text is white: it shows where the label is.
     const auto hasLabel = [this](const Rect &area) {
         const ScreenImage image = painter.image(recorded(area));
@@ -162,7 +162,7 @@ TEST_P(OverlayPixelTest, PutsTheSizeLabelAboveARegionThatEndsAtTheBottomOfTheScr
     shown(low, above(low), Rect{20, height - 13, 100, 13});
 }
 
-TEST_P(OverlayPixelTest, LeavesTheScreenAsItWasWhenNobodyPaintsIt) {
+TEST_F(OverlayPixelTest, LeavesTheScreenAsItWasWhenNobodyPaintsIt) {
     const ForeignWindow program(screenPixels); // does not paint
     painter.fillWithPattern(screenPixels, 8);
     before = painter.image(screenPixels);
@@ -174,7 +174,5 @@ TEST_P(OverlayPixelTest, LeavesTheScreenAsItWasWhenNobodyPaintsIt) {
     EXPECT_FALSE(select());
     EXPECT_TRUE(shows(screenPixels, before));
 }
-
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayPixelTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

@@ -10,7 +10,7 @@ namespace pellaro::test {
 namespace {
 
 /// Once for each scale factor, see the build file.
-class OverlaySelectTest : public OverlayTest, public testing::WithParamInterface<const char *> {
+class OverlaySelectTest : public OverlayTest {
 protected:
     OverlaySelectTest() : initial{exact(300), exact(150), exact(300), exact(200)} {}
 
@@ -31,7 +31,7 @@ void expectSame(const std::optional<Rect> &actual, const Rect &expected) {
     EXPECT_NEAR(actual->height, expected.height, 1e-6);
 }
 
-TEST_P(OverlaySelectTest, GivesTheRectangleThatWasDrawn) {
+TEST_F(OverlaySelectTest, GivesTheRectangleThatWasDrawn) {
     struct Case {
         int fromX, fromY, toX, toY;
         PixelRect expected;
@@ -46,7 +46,7 @@ TEST_P(OverlaySelectTest, GivesTheRectangleThatWasDrawn) {
     }
 }
 
-TEST_P(OverlaySelectTest, GivesWholePointsWhereTheyWereDrawn) {
+TEST_F(OverlaySelectTest, GivesWholePointsWhereTheyWereDrawn) {
     const int width = static_cast<int>(400 * scale);
     onceShown([&] { drag(101, 90, 101 + width, 90 + width / 2); });
     const auto rect = select();
@@ -55,7 +55,7 @@ TEST_P(OverlaySelectTest, GivesWholePointsWhereTheyWereDrawn) {
     EXPECT_EQ(rect->height, 200);
 }
 
-TEST_P(OverlaySelectTest, AcceptsTheInitialRegionWithReturnAndEnter) {
+TEST_F(OverlaySelectTest, AcceptsTheInitialRegionWithReturnAndEnter) {
     constexpr std::uint32_t keypadEnter = 0xff8d;
     for (const std::uint32_t key : {Robot::returnKey, keypadEnter}) {
         onceShown([&] { robot.type(key); });
@@ -63,17 +63,17 @@ TEST_P(OverlaySelectTest, AcceptsTheInitialRegionWithReturnAndEnter) {
     }
 }
 
-TEST_P(OverlaySelectTest, GivesNothingOnReturnWithoutARegion) {
+TEST_F(OverlaySelectTest, GivesNothingOnReturnWithoutARegion) {
     onceShown([&] { robot.type(Robot::returnKey); });
     EXPECT_EQ(select(), std::nullopt);
 }
 
-TEST_P(OverlaySelectTest, GivesNothingOnEscape) {
+TEST_F(OverlaySelectTest, GivesNothingOnEscape) {
     onceShown([&] { cancel(); });
     EXPECT_EQ(select(initial), std::nullopt);
 }
 
-TEST_P(OverlaySelectTest, GivesNothingOnEscapeDuringADrag) {
+TEST_F(OverlaySelectTest, GivesNothingOnEscapeDuringADrag) {
     onceShown([&] {
         press(100, 100);
         moveMouse(400, 400);
@@ -83,14 +83,14 @@ TEST_P(OverlaySelectTest, GivesNothingOnEscapeDuringADrag) {
     robot.release(1);
 }
 
-TEST_P(OverlaySelectTest, KeepsTheInitialRegionOnAClickBesideIt) {
+TEST_F(OverlaySelectTest, KeepsTheInitialRegionOnAClickBesideIt) {
     onceShown([&] { click(100, 100); });
     EXPECT_EQ(select(initial), initial);
     onceShown([&] { click(100, 100); });
     EXPECT_EQ(select(), std::nullopt);
 }
 
-TEST_P(OverlaySelectTest, TakesADragThatIsTooSmallForAClick) {
+TEST_F(OverlaySelectTest, TakesADragThatIsTooSmallForAClick) {
     const int tooShort = static_cast<int>(std::ceil(20 * scale)) - 1;
     onceShown([&] { drag(100, 100, 100 + tooShort, 300); });
     EXPECT_EQ(select(initial), initial);
@@ -100,7 +100,7 @@ TEST_P(OverlaySelectTest, TakesADragThatIsTooSmallForAClick) {
     EXPECT_TRUE(select());
 }
 
-TEST_P(OverlaySelectTest, MovesTheRegionByItsBodyUpToTheEdgeOfTheScreen) {
+TEST_F(OverlaySelectTest, MovesTheRegionByItsBodyUpToTheEdgeOfTheScreen) {
     onceShown([&] { drag(450, 250, 463, 231); });
     expectSame(select(initial), {exact(313), exact(131), exact(300), exact(200)});
     onceShown([&] { drag(450, 250, 1279, 250); });
@@ -109,7 +109,7 @@ TEST_P(OverlaySelectTest, MovesTheRegionByItsBodyUpToTheEdgeOfTheScreen) {
     EXPECT_EQ(recorded(pinned.value()), (PixelRect{980, 150, 300, 200}));
 }
 
-TEST_P(OverlaySelectTest, GripsAHandleNearerThanTwelvePoints) {
+TEST_F(OverlaySelectTest, GripsAHandleNearerThanTwelvePoints) {
     const int nearest = static_cast<int>(std::ceil(12 * scale)); // pixels at which the handle is not gripped any more
     onceShown([&] { drag(300 + nearest - 1, 150, 300 + nearest - 1 + 40, 150 + 30); });
     expectSame(select(initial), {exact(340), exact(180), exact(260), exact(170)});
@@ -119,12 +119,12 @@ TEST_P(OverlaySelectTest, GripsAHandleNearerThanTwelvePoints) {
     expectSame(select(initial), {exact(100), exact(50), exact(200 - nearest), exact(100)});
 }
 
-TEST_P(OverlaySelectTest, ResizesPastTheOppositeCornerToTwentyPoints) {
+TEST_F(OverlaySelectTest, ResizesPastTheOppositeCornerToTwentyPoints) {
     onceShown([&] { drag(300, 150, 900, 600); });
     expectSame(select(initial), {exact(600) - 20, exact(350) - 20, 20, 20});
 }
 
-TEST_P(OverlaySelectTest, ShowsTheCursorOfWhatAPressWouldDo) {
+TEST_F(OverlaySelectTest, ShowsTheCursorOfWhatAPressWouldDo) {
     const auto point = [this](double distance) { return 300 + static_cast<int>(std::ceil(distance * scale)); };
     const auto becomes = [this](Qt::CursorShape shape) { return [this, shape] { return cursor() == shape; }; };
     onceShown([&] { EXPECT_EQ(cursor(), Qt::CrossCursor); });
@@ -136,7 +136,7 @@ TEST_P(OverlaySelectTest, ShowsTheCursorOfWhatAPressWouldDo) {
     EXPECT_EQ(select(initial), std::nullopt);
 }
 
-TEST_P(OverlaySelectTest, TakesNoNoticeOfOtherButtonsAndKeys) {
+TEST_F(OverlaySelectTest, TakesNoNoticeOfOtherButtonsAndKeys) {
     onceShown([&] {
         for (const int button : {2, 3, 4, 5})
             click(450, 250, button);
@@ -150,7 +150,7 @@ TEST_P(OverlaySelectTest, TakesNoNoticeOfOtherButtonsAndKeys) {
     EXPECT_EQ(select(initial), initial);
 }
 
-TEST_P(OverlaySelectTest, FollowsADragWhileAnotherButtonIsHeld) {
+TEST_F(OverlaySelectTest, FollowsADragWhileAnotherButtonIsHeld) {
     onceShown([&] {
         press(100, 100);
         robot.press(3);
@@ -161,8 +161,6 @@ TEST_P(OverlaySelectTest, FollowsADragWhileAnotherButtonIsHeld) {
     });
     expectSame(select(), {exact(100), exact(100), exact(400), exact(300)});
 }
-
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlaySelectTest, testing::Values(testedScale), scaleName);
 
 } // namespace
 

@@ -25,6 +25,10 @@ std::string displayName() {
     return qEnvironmentVariable("DISPLAY").toStdString();
 }
 
+std::string testedDesktop() {
+    return qEnvironmentVariable("PELLARO_TEST_DESKTOP", "one-screen").toStdString();
+}
+
 OverlayTest::OverlayTest() : painter(displayName()), scale(qGuiApp->devicePixelRatio()) {
     m_timer.setInterval(2);
     QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { look(); });
@@ -116,12 +120,6 @@ bool OverlayTest::shows(const PixelRect &area, const ScreenImage &expected) cons
             if (shown.at(x, y) != expected.at(area.x + x, area.y + y))
                 return false;
     return true;
-}
-
-std::string scaleName(const testing::TestParamInfo<const char *> &scale) {
-    std::string name = scale.param;
-    std::ranges::replace(name, '.', '_');
-    return name;
 }
 
 std::uint32_t dimmed(std::uint32_t color) {

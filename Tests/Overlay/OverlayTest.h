@@ -18,6 +18,8 @@
 
 namespace pellaro::test {
 
+inline constexpr std::uint32_t red = 0xff0000;
+
 /// The X server of this test program.
 [[nodiscard]] std::string displayName();
 
@@ -67,12 +69,8 @@ private:
     QTimer m_timer;
 };
 
-/// The scale factor of this program, or "mixed".
-extern const char *const testedScale;
-/// What it shows the overlay on: "one-screen", "two-screens" or "compositor".
-extern const char *const testedDesktop;
-/// For the names of tests that run once for each scale factor.
-[[nodiscard]] std::string scaleName(const testing::TestParamInfo<const char *> &scale);
+/// What this program shows the overlay on: "one-screen", "two-screens" or "compositor".
+[[nodiscard]] std::string testedDesktop();
 
 /// The colour under the dimming.
 [[nodiscard]] std::uint32_t dimmed(std::uint32_t color);

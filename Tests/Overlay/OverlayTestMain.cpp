@@ -48,8 +48,8 @@ std::unique_ptr<ChildProcess> startCompositor(const std::string &display) {
 }
 
 int run(int argc, char **argv) {
-    const std::string_view scale = testedScale;
-    const std::string_view desktop = testedDesktop;
+    const QByteArray scale = qEnvironmentVariable("PELLARO_TEST_SCALE", "1").toUtf8();
+    const std::string desktop = testedDesktop();
     const XvfbServer server(1280, 720);
     QTemporaryDir home;
     qputenv("DISPLAY", server.displayName().c_str());
@@ -57,7 +57,7 @@ int run(int argc, char **argv) {
     if (scale == "mixed")
         qputenv("QT_SCREEN_SCALE_FACTORS", "left=1;right=2");
     else
-        qputenv("QT_SCALE_FACTOR", testedScale);
+        qputenv("QT_SCALE_FACTOR", scale);
     qputenv("HOME", home.path().toUtf8());
     qputenv("XDG_RUNTIME_DIR", home.path().toUtf8());
     qputenv("NO_AT_BRIDGE", "1");
@@ -76,7 +76,8 @@ int run(int argc, char **argv) {
 
 } // namespace pellaro::test
 
-/// Runs the tests on an X server of their own, with the scale factor and the desktop that the build file gives this program.
+/// Runs the tests on an X server of their own, with the scale factor and on the desktop that PELLARO_TEST_SCALE (a number, or "mixed" for
+/// two screens) and PELLARO_TEST_DESKTOP ask for.
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
     return GTEST_FLAG_GET(list_tests) ? RUN_ALL_TESTS() : pellaro::test::run(argc, argv);

@@ -2,7 +2,7 @@
 
 namespace pellaro::test {
 
-TEST_P(OverlayTwoScreensTest, GivesTheRectangleFromTheCornerOfItsScreen) {
+TEST_F(OverlayTwoScreensTest, GivesTheRectangleFromTheCornerOfItsScreen) {
     choose("right", right);
     onceShown([&] { drag(701, 203, 1101, 408); });
     const auto rect = select();
@@ -12,7 +12,7 @@ TEST_P(OverlayTwoScreensTest, GivesTheRectangleFromTheCornerOfItsScreen) {
     EXPECT_EQ(recorded(*rect), (PixelRect{701, 203, 400, 205}));
 }
 
-TEST_P(OverlayTwoScreensTest, CoversNoPixelOfTheOtherScreen) {
+TEST_F(OverlayTwoScreensTest, CoversNoPixelOfTheOtherScreen) {
     const auto isDimmed = [this](const PixelRect &area) {
         const ScreenImage shown = painter.image(area);
         for (int y = 0; y < area.height; ++y)
@@ -38,7 +38,7 @@ TEST_P(OverlayTwoScreensTest, CoversNoPixelOfTheOtherScreen) {
     covers(right, left);
 }
 
-TEST_P(OverlayTwoScreensTest, ShowsTheStillOfItsOwnScreen) {
+TEST_F(OverlayTwoScreensTest, ShowsTheStillOfItsOwnScreen) {
     choose("right", right);
     const int margin = static_cast<int>(std::ceil(8 * scale));
     const PixelRect inside{700 + margin, 200 + margin, 60, 40}; // within the first third
@@ -50,7 +50,7 @@ TEST_P(OverlayTwoScreensTest, ShowsTheStillOfItsOwnScreen) {
     EXPECT_TRUE(select());
 }
 
-TEST_P(OverlayTwoScreensTest, FollowsADragThatLeavesTheScreen) {
+TEST_F(OverlayTwoScreensTest, FollowsADragThatLeavesTheScreen) {
     choose("right", right);
     onceShown([&] { drag(900, 300, 500, 650); });
     const auto rect = select();
@@ -61,7 +61,7 @@ TEST_P(OverlayTwoScreensTest, FollowsADragThatLeavesTheScreen) {
     EXPECT_NEAR(rect->height, 350 / scale, 1e-6);
 }
 
-TEST_P(OverlayTwoScreensTest, StopsAMovedRegionAtTheEdgesOfItsScreen) {
+TEST_F(OverlayTwoScreensTest, StopsAMovedRegionAtTheEdgesOfItsScreen) {
     choose("right", right);
     const Rect initial{100 / scale, 100 / scale, 200 / scale, 150 / scale};
     onceShown([&] { drag(840, 275, 1279, 700); });
@@ -75,13 +75,13 @@ TEST_P(OverlayTwoScreensTest, StopsAMovedRegionAtTheEdgesOfItsScreen) {
     EXPECT_EQ(recorded(*leftRect), (PixelRect{640 - 200, 100, 200, 150}));
 }
 
-TEST_P(OverlayTwoScreensTest, GivesNothingWhenItsScreenGoesAway) {
+TEST_F(OverlayTwoScreensTest, GivesNothingWhenItsScreenGoesAway) {
     choose("right", right);
     onceShown([&] { painter.removeMonitor("right"); });
     EXPECT_FALSE(select());
 }
 
-TEST_P(OverlayTwoScreensTest, GoesOnWhenAnotherScreenGoesAway) {
+TEST_F(OverlayTwoScreensTest, GoesOnWhenAnotherScreenGoesAway) {
     choose("left", left);
     onceShown([&] { painter.removeMonitor("right"); });
     when([] { return QGuiApplication::screens().size() == 1; }, [&] { drag(100, 100, 500, 400); });
@@ -89,7 +89,5 @@ TEST_P(OverlayTwoScreensTest, GoesOnWhenAnotherScreenGoesAway) {
     ASSERT_TRUE(rect);
     EXPECT_EQ(recorded(*rect), (PixelRect{100, 100, 400, 300}));
 }
-
-INSTANTIATE_TEST_SUITE_P(ScaleFactor, OverlayTwoScreensTest, testing::Values(testedScale), scaleName);
 
 } // namespace pellaro::test

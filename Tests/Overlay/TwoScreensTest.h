@@ -17,9 +17,10 @@ inline constexpr PixelRect left{0, 0, 640, 720};
 inline constexpr PixelRect right{640, 100, 640, 500};
 
 /// Two monitors side by side, the right one lower. Once for each scale factor, see the build file.
-class OverlayTwoScreensTest : public OverlayTest, public testing::WithParamInterface<const char *> {
+class OverlayTwoScreensTest : public OverlayTest {
 protected:
     void SetUp() override {
+        ASSERT_EQ(testedDesktop(), "two-screens") << "see PELLARO_TEST_DESKTOP";
         painter.removeMonitor("right");
         ASSERT_TRUE(QTest::qWaitFor([] { return QGuiApplication::screens().size() == 1; }));
         painter.setMonitor("right", right);
